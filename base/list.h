@@ -1,0 +1,78 @@
+// LList: the library's intrusive singly linked list.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+// The list that carries keys, items, connections and clients. An item brings its own `Item* pNext`; the list owns its
+// items and deletes them, first to last, when it is cleared or destroyed. New items always go to the front, so that of
+// two equal items the newer one is found first. Has no lock: whoever shares a list brings one. Passed by reference,
+// never copied.
+template <class Item>
+class LList {
+public:
+    constexpr LList() noexcept = default;
+    ~LList() { Clear(); }
+    LList(LList const&) = delete;
+    LList& operator=(LList const&) = delete;
+
+    Item* pHead = nullptr; // the first item, null when the list is empty; the last item's pNext is null
+
+    bool IsEmpty() const noexcept { return pHead == nullptr; }
+
+    // The list owns the item from here on.
+    Item& Insert(std::unique_ptr<Item> pItem) noexcept {
+        pItem->pNext = pHead;
+        pHead = pItem.release();
+        return *pHead;
+    }
+
+    // The first item for which `oMatches(item)` is true, or null.
+    template <class Predicate>
+    Item* Find(Predicate const& oMatches) const {
+        Item* pItem = pHead;
+        while (pItem && !oMatches(std::as_const(*pItem)))
+            pItem = pItem->pNext;
+        return pItem;
+    }
+
+    // Takes the first item that matches out of the list; the caller owns it. Null when none does.
+    template <class Predicate>
+    std::unique_ptr<Item> Unlink(Predicate const& oMatches) {
+        for (Item** ppLink = &pHead; *ppLink; ppLink = &(*ppLink)->pNext)
+            if (oMatches(std::as_const(**ppLink)))
+                return std::unique_ptr<Item>(std::exchange(*ppLink, std::exchange((*ppLink)->pNext, nullptr)));
+        return nullptr;
+    }
+
+    // Takes the first item out; null when the list is empty.
+    std::unique_ptr<Item> UnlinkFirst() noexcept {
+        return Unlink([](Item const&) { return true; });
+    }
+
+    // Takes over the items of a list that is left empty; this list must be empty.
+    void TakeAll(LList& lFrom) noexcept { pHead = std::exchange(lFrom.pHead, nullptr); }
+
+    // An item's destructor may look at the list: it is out of it by then.
+    void Clear() noexcept {
+        while (UnlinkFirst())
+            ;
+    }
+
+    // For range-based loops; the list must not change meanwhile.
+    class Iterator {
+    public:
+        explicit Iterator(Item* pAt) noexcept : pItem(pAt) {}
+        Item& operator*() const noexcept { return *pItem; }
+        Iterator& operator++() noexcept {
+            pItem = pItem->pNext;
+            return *this;
+        }
+        bool operator==(Iterator const&) const noexcept = default;
+
+    private:
+        Item* pItem;
+    };
+    Iterator begin() const noexcept { return Iterator(pHead); }
+    Iterator end() const noexcept { return Iterator(nullptr); }
+};
