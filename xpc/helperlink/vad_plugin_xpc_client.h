@@ -1,0 +1,36 @@
+// The plug-in's link to the recorder application, by way of the helper service.
+#pragma once
+
+#include "xpc/event_notify.h"
+
+#include <atomic>
+
+// One object for the process: what sends and what the XPC layer calls back. The helper service hands out the recorder
+// application's endpoint; audio and volume then go straight to the application. Nothing here reports a failure: every
+// send is fire-and-forget, and what can't be sent is lost. Nothing throws. Nothing is torn down before the bundle is
+// unloaded. Any thread, unless said otherwise.
+class LVADPluginXPCClient : public LXPCClientEventNotify {
+public:
+    // Made on first use; lives until the process ends.
+    static LVADPluginXPCClient* GetInstance() noexcept;
+
+    // Makes the client, connects it to the helper service and asks for the endpoint. Waits for nobody: the answer comes
+    // to EvReplyReceived. A second call makes a further client and uses that one from then on.
+    void Connect() noexcept;
+
+    // Connects to the application anew, or asks the helper for its endpoint when none is known yet. Calls on several
+    // threads at once leave one connection, to the newest endpoint.
+    void ConnectToApp() noexcept;
+
+    // Whether there is a connection to the application. It stays true when the application has gone.
+    bool IsAppConnected() noexcept;
+
+    // Hands one IO cycle to the application: `nByteCount` bytes at `pData`, interleaved stereo Float32 frames of 8
+    // bytes. Copies the bytes once, into the message; the buffer is the caller's again on return. Never waits for the
+    // application. Without a connection, or with null data, nothing is sent. IO thread.
+    void SendAudioData(void* pData, int nByteCount) noexcept;
+
+    // Sends the volume control's new scalar, 0.0 to 1.0. Takes the registry's mutex, so it may be called with the
+    // driver's state mutex held.
+    void SendVolumeChanged(double dVolume) noexcept;
+};
