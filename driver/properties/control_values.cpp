@@ -1,0 +1,59 @@
+// Values of the output stream and of the four controls.
+#include "driver/properties/stream_format.h"
+#include "driver/properties/values.h"
+#include "driver/properties/volume_curve.h"
+
+namespace {
+
+// Converts in place: what lies in the caller's buffer is the question.
+OSStatus Convert(PropertyQuery const& oQuery, Float32 (*pCurve)(Float32)) {
+    Float32 nValue;
+    if (oQuery.nBufferSize < sizeof nValue)
+        return kAudioHardwareBadPropertySizeError;
+    std::memcpy(&nValue, oQuery.pBuffer, sizeof nValue);
+    return oQuery.Deliver(pCurve(nValue));
+}
+
+} // namespace
+
+namespace values {
+
+// The reserved field keeps what the caller has there.
+OSStatus StreamFormat(PropertyQuery const& oQuery) {
+    AudioStreamBasicDescription const oFormat = LVADStreamFormat(LVADStored<Float64, gVADSampleRate>());
+    return oQuery.Deliver(&oFormat, sizeof oFormat, offsetof(AudioStreamBasicDescription, mReserved));
+}
+
+OSStatus StreamFormats(PropertyQuery const& oQuery) {
+    AudioStreamRangedDescription const oFormat = {LVADStreamFormat(44100.0), {44100.0, 44100.0}};
+    return oQuery.DeliverList(&oFormat, 1);
+}
+
+OSStatus VolumeDecibels(PropertyQuery const& oQuery) {
+    return oQuery.Deliver(LVADScalarToDecibels(LVADStored<Float32, gVADOutputVolume>()));
+}
+
+OSStatus VolumeRange(PropertyQuery const& oQuery) {
+    return oQuery.Deliver(AudioValueRange{kVADMinDecibels, kVADMaxDecibels});
+}
+
+OSStatus ScalarToDecibels(PropertyQuery const& oQuery) {
+    return Convert(oQuery, LVADScalarToDecibels);
+}
+
+OSStatus DecibelsToScalar(PropertyQuery const& oQuery) {
+    return Convert(oQuery, LVADDecibelsToScalar);
+}
+
+OSStatus SelectorItemName(PropertyQuery const& oQuery) {
+    if (!oQuery.oQualifier.Holds<UInt32>() || oQuery.nBufferSize < sizeof(CFStringRef))
+        return kAudioHardwareBadPropertySizeError;
+    UInt32 const nItem = oQuery.oQualifier.As<UInt32>();
+    if (nItem > kVADLastSelectorItem)
+        return kAudioHardwareIllegalOperationError;
+    CFStringRef const szName =
+        CFStringCreateWithFormat(nullptr, nullptr, CFSTR("Data Source Item %d"), static_cast<int>(nItem));
+    return szName ? oQuery.Deliver(szName) : static_cast<OSStatus>(kAudioHardwareUnspecifiedError);
+}
+
+} // namespace values
