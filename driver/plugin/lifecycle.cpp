@@ -1,0 +1,93 @@
+#include "driver/plugin/lifecycle.h"
+
+#include "driver/io/clock.h"
+#include "xpc/helperlink/vad_plugin_xpc_client.h"
+
+#include <limits>
+
+namespace {
+
+// The one item that the driver keeps in the host's storage; null when there is none. The caller releases it.
+CFPropertyListRef CopyStoredBox(AudioServerPlugInHostRef pHost) {
+    CFPropertyListRef pValue = nullptr;
+    pHost->CopyFromStorage(pHost, CFSTR("box acquired"), &pValue);
+    return pValue;
+}
+
+// A Boolean, as the driver writes it, or a number, as a person may. Anything else keeps the default.
+void RestoreBoxAcquired(AudioServerPlugInHostRef pHost) {
+    CFPropertyListRef const pValue = CopyStoredBox(pHost);
+    if (!pValue)
+        return;
+    if (CFGetTypeID(pValue) == CFBooleanGetTypeID()) {
+        gVADBoxAcquired = CFBooleanGetValue(static_cast<CFBooleanRef>(pValue));
+    } else if (CFGetTypeID(pValue) == CFNumberGetTypeID()) {
+        SInt32 nValue = 0;
+        CFNumberGetValue(static_cast<CFNumberRef>(pValue), kCFNumberSInt32Type, &nValue);
+        gVADBoxAcquired = nValue != 0;
+    }
+    CFRelease(pValue);
+}
+
+// The same item, when it is a string, names the box. A host that initialises again replaces the earlier name.
+void RestoreBoxName(AudioServerPlugInHostRef pHost) NO_THREAD_SAFETY_ANALYSIS { // start-up: no other operation runs
+    CFPropertyListRef const pValue = CopyStoredBox(pHost);
+    if (!pValue)
+        return;
+    if (CFGetTypeID(pValue) == CFStringGetTypeID()) {
+        if (gVADBoxName)
+            CFRelease(gVADBoxName);
+        gVADBoxName = static_cast<CFStringRef>(CFRetain(pValue));
+    }
+    CFRelease(pValue);
+}
+
+} // namespace
+
+HRESULT LVADQueryInterface(REFIID const& oInterface) {
+    CFUUIDRef const pInterface = CFUUIDCreateFromUUIDBytes(nullptr, oInterface);
+    if (!pInterface)
+        return kAudioHardwareIllegalOperationError;
+    bool const bKnown = CFEqual(pInterface, IUnknownUUID) || CFEqual(pInterface, kAudioServerPlugInDriverInterfaceUUID);
+    if (bKnown)
+        LVADAddRef();
+    CFRelease(pInterface);
+    return bKnown ? S_OK : E_NOINTERFACE;
+}
+
+ULONG LVADAddRef() {
+    LScopedLock oLock(gVADStateMutex);
+    if (gVADRefCount != std::numeric_limits<UInt32>::max())
+        ++gVADRefCount;
+    return gVADRefCount;
+}
+
+ULONG LVADRelease() {
+    LScopedLock oLock(gVADStateMutex);
+    if (gVADRefCount != 0)
+        --gVADRefCount;
+    return gVADRefCount;
+}
+
+void LVADInitialize(AudioServerPlugInHostRef pHost) NO_THREAD_SAFETY_ANALYSIS { // start-up: no other operation runs
+    gVADHost.store(pHost, std::memory_order_release);
+    if (pHost) {
+        RestoreBoxAcquired(pHost);
+        RestoreBoxName(pHost);
+    }
+    if (!gVADBoxName)
+        gVADBoxName = CFSTR("Null Box");
+    gVADHostTicksPerFrame = LVADTicksPerFrame(gVADSampleRate);
+
+    if (LVADPluginXPCClient* const pLink = LVADPluginXPCClient::GetInstance())
+        pLink->Connect();
+}
+
+bool LVADApplySampleRate(UInt64 nSampleRate) {
+    if (nSampleRate != 44100 && nSampleRate != 48000)
+        return false;
+    LScopedLock oLock(gVADStateMutex);
+    gVADSampleRate = static_cast<Float64>(nSampleRate);
+    gVADHostTicksPerFrame = LVADTicksPerFrame(gVADSampleRate);
+    return true;
+}
