@@ -81,7 +81,7 @@ dispatch_queue_t dispatch_get_global_queue(intptr_t identifier, uintptr_t flags)
 dispatch_queue_t dispatch_get_main_queue(void);
 
 // A new serial queue, with one reference that is the caller's; null for an attribute other than DISPATCH_QUEUE_SERIAL.
-// The label (may be null) is copied and shows in dispatch_queue_get_label and in the names of threads.
+// The label (may be null) is copied.
 dispatch_queue_t dispatch_queue_create(char const* label, dispatch_queue_attr_t attr);
 
 // The queue's label, "" without one; valid as long as the queue.
