@@ -1,9 +1,10 @@
-// The library's plain mutex, its recursive sister, and the scope that holds either.
+// The library's plain mutex and its condition, the recursive mutex, and the scope that holds either.
 #pragma once
 
 #include "base/thread_annotations.h"
 
 #include <pthread.h>
+#include <time.h>
 
 // A statically initialised, never destroyed, non-recursive mutex: usable before any constructor of the program has run
 // and after the last destructor. Any thread.
@@ -17,7 +18,28 @@ public:
     void Unlock() noexcept RELEASE() { pthread_mutex_unlock(&mtx); }
 
 private:
+    friend class LCondition;
     pthread_mutex_t mtx = PTHREAD_MUTEX_INITIALIZER;
+};
+
+// What a thread waits on until another says that something under the mutex has changed. Usable and never destroyed, as
+// LMutex. Any thread.
+class LCondition {
+public:
+    constexpr LCondition() noexcept = default;
+    LCondition(LCondition const&) = delete;
+    LCondition& operator=(LCondition const&) = delete;
+
+    // Gives the mutex up while it waits and holds it again on return, which may come without a reason: look again.
+    void Wait(LMutex& mtxHeld) noexcept REQUIRES(mtxHeld) { pthread_cond_wait(&oCondition, &mtxHeld.mtx); }
+    // The same, until an instant of the calendar clock; false once that has passed.
+    bool WaitUntil(LMutex& mtxHeld, timespec const& oInstant) noexcept REQUIRES(mtxHeld) {
+        return pthread_cond_timedwait(&oCondition, &mtxHeld.mtx, &oInstant) == 0;
+    }
+    void WakeAll() noexcept { pthread_cond_broadcast(&oCondition); }
+
+private:
+    pthread_cond_t oCondition = PTHREAD_COND_INITIALIZER;
 };
 
 // A mutex that its holder may lock again. Its life is explicit, because the library's tables set it up in a fixed order
