@@ -1,0 +1,127 @@
+#include "xpc/client_manager.h"
+
+#include <exception>
+
+constinit LRecursiveMutex LXPCClientManager::mtxClients;
+constinit LImmortal<LList<LXPCClientListable>> LXPCClientManager::lClients;
+constinit LImmortal<LList<LXPCClientListable>> LXPCClientManager::lLeaving;
+constinit long LXPCClientManager::nClientCount = 0;
+
+int LXPCClientManager::Create(LXPCClientEventNotify* pSink) noexcept try {
+    LScopedLock const oLock(mtxClients);
+    int const nId = static_cast<int>(nClientCount + 1);
+    lClients->Insert(std::make_unique<LXPCClientListable>(pSink, nId));
+    ++nClientCount;
+    return nId;
+} catch (std::exception const&) {
+    return 0;
+}
+
+LXPCClient* LXPCClientManager::GetClient(int nId) noexcept {
+    LScopedLock const oLock(mtxClients);
+    return lClients->Find([nId](LXPCClientListable const& oClient) { return oClient.nClientId == nId; });
+}
+
+std::unique_ptr<LXPCClientListable> LXPCClientManager::Unlink(int nId) noexcept {
+    LScopedLock const oLock(mtxClients);
+    return lClients->Unlink([nId](LXPCClientListable const& oClient) { return oClient.nClientId == nId; });
+}
+
+// Deleted without the mutex: deleting waits for sink calls, and those may want it.
+void LXPCClientManager::Destroy(int nId) noexcept {
+    Unlink(nId);
+}
+
+void LXPCClientManager::DestroyAll() noexcept {
+    LList<LXPCClientListable> lEnding;
+    {
+        LScopedLock const oLock(mtxClients);
+        lEnding.TakeAll(*lClients);
+        nClientCount = 0;
+    }
+    for (LXPCClientListable& oClient : lEnding)
+        oClient.StopEvents();
+    for (LXPCClientListable& oClient : lEnding)
+        oClient.DisconnectAll();
+}
+
+bool LXPCClientManager::Connect(int nId, char const* szName, unsigned long nInstance, bool bMachService) noexcept {
+    LXPCClient* const pClient = GetClient(nId);
+    return pClient && pClient->Connect(szName, nInstance, bMachService);
+}
+
+bool LXPCClientManager::ConnectEndPoint(int nId, char const* szName, unsigned long nInstance,
+                                        xpc_object_t pEndPoint) noexcept {
+    LXPCClient* const pClient = GetClient(nId);
+    return pClient && pClient->ConnectEndPoint(szName, nInstance, pEndPoint);
+}
+
+xpc_object_t LXPCClientManager::CreateEndPoint(int nId, char const* szName, unsigned long nInstance) noexcept {
+    LXPCClient* const pClient = GetClient(nId);
+    return pClient ? pClient->CreateEndPoint(szName, nInstance) : nullptr;
+}
+
+void LXPCClientManager::Disconnect(int nId, char const* szName, unsigned long nInstance) noexcept {
+    if (LXPCClient* const pClient = GetClient(nId))
+        pClient->Disconnect(szName, nInstance);
+}
+
+void LXPCClientManager::Suspend(int nId, char const* szName, unsigned long nInstance) noexcept {
+    if (LXPCClient* const pClient = GetClient(nId))
+        pClient->Suspend(szName, nInstance);
+}
+
+void LXPCClientManager::Resume(int nId, char const* szName, unsigned long nInstance) noexcept {
+    if (LXPCClient* const pClient = GetClient(nId))
+        pClient->Resume(szName, nInstance);
+}
+
+bool LXPCClientManager::IsConnectionValid(int nId, char const* szName, unsigned long nInstance) noexcept {
+    LXPCClient* const pClient = GetClient(nId);
+    return pClient && pClient->IsConnectionValid(szName, nInstance);
+}
+
+void LXPCClientManager::AddKey(int nId, char const* szName, LXPCDataType nType, bool bReceive) noexcept {
+    if (LXPCClient* const pClient = GetClient(nId))
+        pClient->AddKey(szName, nType, bReceive);
+}
+
+void LXPCClientManager::AddKeys(int nId, LXPCDictionaryKey const* arTable, bool bReceive) noexcept {
+    for (; arTable->szName[0]; ++arTable)
+        AddKey(nId, arTable->szName, arTable->nType, bReceive);
+}
+
+void LXPCClientManager::SendMessage(int nId, char const* szName, unsigned long nInstance,
+                                    LList<LXPCDataListable> const& lItems, bool bWantReply) noexcept {
+    LXPCClient* const pClient = GetClient(nId);
+    if (!pClient)
+        return;
+    LXPCDataArray const oArray(lItems);
+    if (oArray.IsComplete())
+        pClient->SendMessage(szName, nInstance, oArray.arItems.get(), oArray.nCount, bWantReply);
+}
+
+// No other thread is there, and the mutex is not yet.
+void LXPCClientManager::StartList() noexcept NO_THREAD_SAFETY_ANALYSIS {
+    lClients->Clear();
+    nClientCount = 0;
+}
+
+void LXPCClientManager::StartMutex() noexcept {
+    mtxClients.Create();
+}
+
+void LXPCClientManager::EndMutex() noexcept {
+    {
+        LScopedLock const oLock(mtxClients);
+        lLeaving->TakeAll(*lClients);
+    }
+    for (LXPCClientListable& oClient : *lLeaving)
+        oClient.StopEvents();
+    mtxClients.Destroy();
+}
+
+void LXPCClientManager::EndList() noexcept {
+    lLeaving->Clear();
+    LXPCCodeHold::WaitForNone(2000);
+}

@@ -1,0 +1,48 @@
+#include "xpc/data.h"
+
+#include <new>
+
+LXPCData& LXPCData::operator=(LXPCData const& oOther) noexcept {
+    if (this == &oOther)
+        return *this;
+    LCopyFixed(szName, oOther.szName);
+    nType = oOther.nType;
+    nValue = oOther.nValue;
+    nSize = oOther.nSize;
+    dValue = oOther.dValue;
+    return *this;
+}
+
+std::unique_ptr<LXPCDataListable> CreateXPCData(LXPCDictionaryKeyListable const& oKey, long nValue,
+                                                unsigned long nSize) noexcept {
+    return std::unique_ptr<LXPCDataListable>(new (std::nothrow)
+                                                 LXPCDataListable(oKey.szName, oKey.nType, nValue, nSize));
+}
+
+std::unique_ptr<LXPCDataListable> CreateXPCDataDouble(LXPCDictionaryKeyListable const& oKey, double dValue) noexcept {
+    return std::unique_ptr<LXPCDataListable>(new (std::nothrow)
+                                                 LXPCDataListable(oKey.szName, oKey.nType, -1, 0, dValue));
+}
+
+LXPCDataArray::LXPCDataArray(LList<LXPCDataListable> const& lItems) noexcept {
+    for ([[maybe_unused]] LXPCDataListable const& oItem : lItems)
+        ++nCount;
+    if (nCount == 0)
+        return;
+    arItems.reset(new (std::nothrow) LXPCData[nCount]);
+    if (!arItems)
+        return;
+    LXPCData* pNext = arItems.get();
+    for (LXPCDataListable const& oItem : lItems)
+        *pNext++ = oItem;
+}
+
+bool LXPCArrayToList(LXPCData const* arItems, unsigned long nCount, LList<LXPCDataListable>& lItems) noexcept {
+    for (unsigned long n = 0; n < nCount; ++n) {
+        std::unique_ptr<LXPCDataListable> pItem(new (std::nothrow) LXPCDataListable(arItems[n]));
+        if (!pItem)
+            return false;
+        lItems.Insert(std::move(pItem));
+    }
+    return true;
+}
