@@ -1,7 +1,10 @@
 // The plug-in's link to the recorder application, by way of the helper service.
 #pragma once
 
+#include "base/immortal.h"
+#include "base/mutex.h"
 #include "xpc/event_notify.h"
+#include "xpc/object.h"
 
 #include <atomic>
 
@@ -33,4 +36,31 @@ public:
     // Sends the volume control's new scalar, 0.0 to 1.0. Takes the registry's mutex, so it may be called with the
     // driver's state mutex held.
     void SendVolumeChanged(double dVolume) noexcept;
+
+    // The connections' threads. SEND_ENDPOINT, as a message or in a reply, replaces the application's connection; what
+    // is not an endpoint under that name, everything else and every error is ignored.
+    void EvConnectionError(long nConnection, LXPCErrorType nType) override;
+    void EvMessageSent(long nConnection) override;
+    using LXPCClientEventNotify::EvMessageReceived;
+    void EvMessageReceived(long nConnection, long nMessage, LXPCData const* arItems, unsigned long nCount) override;
+    using LXPCClientEventNotify::EvReplyReceived;
+    void EvReplyReceived(long nConnection, LXPCData const* arItems, unsigned long nCount) override;
+
+    // Lets the endpoint go. At unload, once the clients are gone.
+    void ForgetEndPoint() noexcept;
+
+private:
+    friend class LImmortal<LVADPluginXPCClient>;
+    LVADPluginXPCClient() noexcept = default;
+
+    void RequestEndPoint() noexcept;
+    void Reconnect(xpc_object_t pToEndPoint) noexcept;
+    void Receive(LXPCData const* arItems, unsigned long nCount) noexcept;
+    void Send(char const* szName, unsigned long nInstance, LXPCData const& oItem, bool bWantReply) noexcept;
+    void SetEndPoint(xpc_object_t pNew) noexcept;
+    LXPCObject CopyEndPoint() noexcept;
+
+    std::atomic<int> nClientId = 0;               // 0: no client yet
+    LMutex mtxEndPoint;                           // a leaf, held for taking and dropping the reference only
+    LXPCObject pEndPoint GUARDED_BY(mtxEndPoint); // the application's, as last received; the link's own reference
 };

@@ -1,0 +1,42 @@
+// What is set up when the bundle is loaded, before any other code of it runs, and taken down when it is unloaded or the
+// process ends. The order of the rows is the order; the clean-ups run in the reverse order. All that the rows touch is
+// constant-initialised, so the order of other static initialisers does not matter.
+#include "xpc/client_manager.h"
+#include "xpc/helperlink/helper_keys.h"
+#include "xpc/helperlink/vad_plugin_xpc_client.h"
+
+#include <iterator>
+
+namespace {
+
+struct Step {
+    void (*pStart)() noexcept;
+    void (*pEnd)() noexcept;
+};
+
+void ForgetEndPoint() noexcept {
+    LVADPluginXPCClient::GetInstance()->ForgetEndPoint();
+}
+
+constexpr Step kSteps[] = {
+    {LVADFillHelperKeys, ForgetEndPoint},
+    {LXPCClientManager::StartList, LXPCClientManager::EndList},
+    {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex},
+};
+
+// Construction is the load, destruction the unload.
+class LStartup {
+public:
+    LStartup() noexcept {
+        for (Step const& oStep : kSteps)
+            oStep.pStart();
+    }
+    ~LStartup() {
+        for (auto pStep = std::rbegin(kSteps); pStep != std::rend(kSteps); ++pStep)
+            pStep->pEnd();
+    }
+};
+
+LStartup const gStartup;
+
+} // namespace
