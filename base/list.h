@@ -1,6 +1,8 @@
 // LList: the library's intrusive singly linked list.
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -62,12 +64,19 @@ public:
     // For range-based loops; the list must not change meanwhile.
     class Iterator {
     public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = Item;
+        using difference_type = std::ptrdiff_t;
+        using pointer = Item*;
+        using reference = Item&;
+
         explicit Iterator(Item* pAt) noexcept : pItem(pAt) {}
         Item& operator*() const noexcept { return *pItem; }
         Iterator& operator++() noexcept {
             pItem = pItem->pNext;
             return *this;
         }
+        Iterator operator++(int) noexcept { return Iterator(std::exchange(pItem, pItem->pNext)); }
         bool operator==(Iterator const&) const noexcept = default;
 
     private:
