@@ -15,6 +15,8 @@
 #define REQUIRES(...) L_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) L_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) L_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
+#define ACQUIRE_SHARED(...) L_THREAD_ATTRIBUTE(acquire_shared_capability(__VA_ARGS__))
+#define RELEASE_SHARED(...) L_THREAD_ATTRIBUTE(release_shared_capability(__VA_ARGS__))
 #define TRY_ACQUIRE(...) L_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 #define RELEASE(...) L_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define RETURN_CAPABILITY(x) L_THREAD_ATTRIBUTE(lock_returned(x))

@@ -1,0 +1,42 @@
+#include "runtime/sync/deadline.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <ctime>
+
+using std::chrono::ceil;
+using std::chrono::floor;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+LDeadline::LDeadline(unsigned int nTimeout) noexcept : bLimited(nTimeout != kLNoTimeout) {
+    if (bLimited)
+        tEnd = steady_clock::now() + milliseconds(nTimeout);
+}
+
+bool LDeadline::HasPassed() const noexcept {
+    return bLimited && steady_clock::now() >= tEnd;
+}
+
+unsigned int LDeadline::TimeLeft() const noexcept {
+    if (!bLimited)
+        return kLNoTimeout;
+    auto const nLeft = floor<milliseconds>(tEnd - steady_clock::now()).count();
+    return static_cast<unsigned int>(std::max<long long>(nLeft, 0));
+}
+
+int LDeadline::PollTimeout() const noexcept {
+    if (!bLimited)
+        return -1;
+    auto const nLeft = ceil<milliseconds>(tEnd - steady_clock::now()).count();
+    return static_cast<int>(std::clamp<long long>(nLeft, 0, INT_MAX));
+}
+
+void LSleep(unsigned int nMilliseconds) noexcept {
+    do {
+        timespec tRest{static_cast<time_t>(nMilliseconds / 1000), static_cast<long>(nMilliseconds % 1000) * 1'000'000};
+        while (nanosleep(&tRest, &tRest) != 0 && errno == EINTR)
+            ;
+    } while (nMilliseconds == kLNoTimeout);
+}

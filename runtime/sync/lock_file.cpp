@@ -1,0 +1,51 @@
+#include "runtime/sync/lock_file.h"
+
+#include "base/fixed_text.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// The length of the path without its extension. A "." that begins the path begins no extension.
+std::size_t LengthWithoutExtension(char const* szPath) noexcept {
+    std::size_t const nLength = std::strlen(szPath);
+    for (std::size_t n = nLength; n-- > 1 && szPath[n] != '/' && szPath[n] != '\\';)
+        if (szPath[n] == '.')
+            return n;
+    return nLength;
+}
+
+} // namespace
+
+bool LLockFile::Lock(char const* szPath) noexcept {
+    Release();
+    LFixedWriter oPath(szLockPath);
+    if (oPath.Add(szPath, LengthWithoutExtension(szPath)).Add(".lck").WasCut())
+        return true; // a shorter path would be another file's
+    do {
+        fd.Reset(open(szLockPath, O_RDWR | O_CREAT | O_TRUNC | O_EXLOCK | O_NONBLOCK, 0777));
+        if (!fd.IsOpen())
+            return errno != EWOULDBLOCK;
+    } while (!IsStillMine()); // its last holder deleted it between our open and our lock: nobody else would meet us there
+    fcntl(fd.Get(), F_SETFD, FD_CLOEXEC); // or a program that we start would hold the lock after us
+    return true;
+}
+
+void LLockFile::Release() noexcept {
+    if (!fd.IsOpen())
+        return;
+    // Deleted while the lock is held: once it is free, the file may be the next holder's.
+    if (IsStillMine())
+        unlink(szLockPath);
+    fd.Reset();
+}
+
+bool LLockFile::IsStillMine() const noexcept {
+    struct stat oHeld, oNamed;
+    return fstat(fd.Get(), &oHeld) == 0 && stat(szLockPath, &oNamed) == 0 && oHeld.st_dev == oNamed.st_dev &&
+           oHeld.st_ino == oNamed.st_ino;
+}
