@@ -17,7 +17,8 @@
 #define O_SHLOCK 0x0010
 #define O_EXLOCK 0x0020
 
-static_assert(((O_SHLOCK | O_EXLOCK) & (O_ACCMODE | O_CREAT | O_EXCL | O_NOCTTY | O_TRUNC | O_APPEND | O_NONBLOCK)) == 0);
+static_assert(((O_SHLOCK | O_EXLOCK) & (O_ACCMODE | O_CREAT | O_EXCL | O_NOCTTY | O_TRUNC | O_APPEND | O_NONBLOCK)) ==
+              0);
 
 extern "C" int open(char const* path, int flags, ...) __asm__("platform_open");
 

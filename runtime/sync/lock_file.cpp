@@ -30,7 +30,8 @@ bool LLockFile::Lock(char const* szPath) noexcept {
         fd.Reset(open(szLockPath, O_RDWR | O_CREAT | O_TRUNC | O_EXLOCK | O_NONBLOCK, 0777));
         if (!fd.IsOpen())
             return errno != EWOULDBLOCK;
-    } while (!IsStillMine()); // its last holder deleted it between our open and our lock: nobody else would meet us there
+    } while (
+        !IsStillMine()); // its last holder deleted it between our open and our lock: nobody else would meet us there
     fcntl(fd.Get(), F_SETFD, FD_CLOEXEC); // or a program that we start would hold the lock after us
     return true;
 }

@@ -28,6 +28,6 @@ public:
 private:
     bool IsStillMine() const noexcept;
 
-    LFileDescriptor fd;         // open, and locked, while a lock is held
+    LFileDescriptor fd;        // open, and locked, while a lock is held
     char szLockPath[PATH_MAX]; // of the lock file, while fd is open
 };

@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr unsigned int kPause = 10;     // ms between two attempts
+constexpr unsigned int kPause = 10;      // ms between two attempts
 constexpr unsigned int kStopCheck = 300; // ms between two questions whether to stop
-constexpr time_t kUnbornAge = 2;        // s that a maker has to give its semaphore a value
+constexpr time_t kUnbornAge = 2;         // s that a maker has to give its semaphore a value
 
 // 0 or errno.
 int Operate(int nSemId, short nChange, short nFlags) noexcept {

@@ -9,9 +9,9 @@
 #define LUMORA_PLATFORM_SYS_SEM_H
 
 union semun {
-    int val;                // SETVAL
-    struct semid_ds* buf;   // IPC_STAT, IPC_SET
-    unsigned short* array;  // GETALL, SETALL
+    int val;               // SETVAL
+    struct semid_ds* buf;  // IPC_STAT, IPC_SET
+    unsigned short* array; // GETALL, SETALL
 };
 
 #endif

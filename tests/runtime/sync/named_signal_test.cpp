@@ -1,0 +1,135 @@
+#include "runtime/sync/named_signal.h"
+
+#include "runtime/sync/deadline.h"
+#include "tests/harness/child_process.h"
+#include "tests/harness/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// With a home folder of its own.
+class NamedSignal : public testing::Test {
+protected:
+    void SetUp() override {
+        szHomeBefore = std::getenv("HOME") ? std::getenv("HOME") : "";
+        setenv("HOME", oHome.Path().c_str(), 1);
+    }
+    void TearDown() override { setenv("HOME", szHomeBefore.c_str(), 1); }
+
+    std::string Path(std::string const& szName) const { return oHome / ("Library/Application Support/" + szName); }
+
+    TemporaryFolder oHome;
+    std::string szHomeBefore;
+};
+
+} // namespace
+
+TEST_F(NamedSignal, NamesThatDontFitOrLeadAwayAreRefused) {
+    std::size_t const nPrefix = Path("").size();
+    struct {
+        std::string szName;
+        bool bTaken;
+    } const arRows[] = {
+        {"wake", true},
+        {"folder/wake", true},
+        {"...", true},
+        {".hidden", true},
+        {"", false},
+        {".", false},
+        {"..", false},
+        {"../wake", false},
+        {"a/../wake", false},
+        {"a//wake", false},
+        {"/wake", false},
+        {"wake/", false},
+        {std::string(104 - nPrefix, 'x'), true},
+        {std::string(105 - nPrefix, 'x'), false},
+        {std::string(250, 'x'), false},
+    };
+    for (auto const& oRow : arRows) {
+        LSignalObjectNamedWaiter oWaiter(oRow.szName.c_str());
+        LSignalObjectNamedSignaller(oRow.szName.c_str()).Signal();
+        EXPECT_EQ(oWaiter.IsListening(), oRow.bTaken) << oRow.szName;
+        EXPECT_EQ(oWaiter.WaitSignal(oRow.bTaken ? 0 : kLNoTimeout), oRow.bTaken) << oRow.szName;
+        EXPECT_EQ(fs::is_socket(Path(oRow.szName)), oRow.bTaken) << oRow.szName;
+    }
+}
+
+TEST_F(NamedSignal, EachSignalEndsOneWaitOfAnotherProcess) {
+    LSignalObjectNamedSignaller("wake").Signal(); // nobody there: lost
+    LSignalObjectNamedWaiter oWaiter("wake");
+    EXPECT_FALSE(oWaiter.WaitSignal(0));
+    ChildProcess oSignaller([&](auto const& oDoor) {
+        LSignalObjectNamedSignaller("wake").Signal();
+        oDoor.WaitForParent();
+        LSignalObjectNamed oBoth("wake");
+        oBoth.Signal();
+        oBoth.Reset();
+        oDoor.SayReady();
+        return oDoor.Rest(); // no destructor: the file stays
+    });
+    EXPECT_TRUE(oWaiter.WaitSignal(kLNoTimeout));
+    oWaiter.Reset();
+    EXPECT_FALSE(oWaiter.WaitSignal(0)) << "nothing is pending, and that is no signal";
+    oSignaller.LetGo();
+    EXPECT_TRUE(oWaiter.WaitSignal(kLNoTimeout));
+    ASSERT_TRUE(oSignaller.WaitUntilReady());
+    EXPECT_FALSE(oWaiter.WaitSignal(0));
+}
+
+TEST_F(NamedSignal, SignalsToAWaiterThatDoesNotWaitNeverBlock) {
+    LSignalObjectNamedWaiter oWaiter("wake");
+    for (int n = 0; n < 100; ++n)
+        LSignalObjectNamedSignaller("wake").Signal();
+    int nWaits = 0;
+    while (oWaiter.WaitSignal(0))
+        ++nWaits;
+    EXPECT_GE(nWaits, 5);
+}
+
+TEST_F(NamedSignal, KilledWaiterLeavesAFileThatTheNextReplaces) {
+    ChildProcess oDead([&](auto const& oDoor) {
+        LSignalObjectNamedWaiter oWaiter("wake");
+        oDoor.SayReady();
+        return oDoor.Rest();
+    });
+    ASSERT_TRUE(oDead.WaitUntilReady());
+    oDead.Kill();
+    ASSERT_TRUE(fs::is_socket(Path("wake")));
+    LSignalObjectNamedSignaller("wake").Signal(); // refused, without harm
+    LSignalObjectNamedWaiter oWaiter("wake");
+    LSignalObjectNamedSignaller("wake").Signal();
+    EXPECT_TRUE(oWaiter.WaitSignal(kLNoTimeout));
+}
+
+TEST_F(NamedSignal, LaterWaiterTakesTheNameOverAndKeepsIt) {
+    {
+        std::ofstream(oHome / "in the way");
+        fs::create_directories(Path(""));
+        fs::rename(oHome / "in the way", Path("wake"));
+        LSignalObjectNamedWaiter oFirst("wake");
+        LSignalObjectNamedWaiter oSecond("wake");
+        {
+            LSignalObjectNamedWaiter oThird("elsewhere");
+            LSignalObjectNamedSignaller("wake").Signal();
+        }
+        EXPECT_FALSE(fs::exists(Path("elsewhere")));
+        EXPECT_FALSE(oFirst.WaitSignal(0));
+        EXPECT_TRUE(oSecond.WaitSignal(0));
+        oFirst.~LSignalObjectNamedWaiter();
+        EXPECT_TRUE(fs::is_socket(Path("wake"))) << "the end of the first took the name of the second";
+        new (&oFirst) LSignalObjectNamedWaiter("elsewhere");
+    }
+    EXPECT_FALSE(fs::exists(Path("wake")));
+    LSignalObjectNamedWaiter oWaiter("wake");
+    { LSignalObjectNamed const oEnd("wake"); }
+    EXPECT_FALSE(fs::exists(Path("wake")));
+}

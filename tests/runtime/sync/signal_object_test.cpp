@@ -1,0 +1,161 @@
+#include "runtime/sync/signal_object.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Each form of waiting for an event, among two that are never signalled.
+struct WaitForm {
+    char const* szName;
+    bool (*pWait)(LSignalObject& oSignal, LSignalObject& oA, LSignalObject& oB, unsigned int nTimeout);
+};
+
+constexpr WaitForm kWaitForms[] = {
+    {"single", [](auto& o, auto&, auto&, unsigned int n) { return o.WaitSignal(n); }},
+    {"first of two", [](auto& o, auto& oA, auto&, unsigned int n) { return o.WaitSignalDual(oA, n); }},
+    {"second of two", [](auto& o, auto& oA, auto&, unsigned int n) { return oA.WaitSignalDual(o, n); }},
+    {"first of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return o.WaitSignalTriple(oA, oB, n); }},
+    {"second of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(o, oB, n); }},
+    {"third of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(oB, o, n); }},
+    {"in a group",
+     [](auto& o, auto& oA, auto&, unsigned int n) {
+         LSignalObjectGroup oGroup;
+         oGroup.Add(oA);
+         oGroup.Add(o);
+         return oGroup.Select(n);
+     }},
+};
+
+} // namespace
+
+TEST(SignalObject, StaysSignalledThroughWaitsUntilReset) {
+    for (auto const& oForm : kWaitForms) {
+        LSignalObject oSignal, oA, oB;
+        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 0)) << oForm.szName;
+        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 2)) << oForm.szName;
+        oSignal.Signal();
+        for (unsigned int nTimeout : {0u, 1u, 0x80000000u, kLNoTimeout, 0u})
+            EXPECT_TRUE(oForm.pWait(oSignal, oA, oB, nTimeout)) << oForm.szName << ", timeout " << nTimeout;
+        oSignal.Reset();
+        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 0)) << oForm.szName;
+    }
+}
+
+TEST(SignalObject, TakesMoreSignalsThanItsPipeHolds) {
+    LSignalObject oSignal;
+    for (int n = 0; n < 70'000; ++n)
+        oSignal.Signal();
+    EXPECT_TRUE(oSignal.IsSignaled());
+    oSignal.Reset();
+    EXPECT_FALSE(oSignal.IsSignaled());
+}
+
+TEST(SignalObject, EndsAreNonBlockingAndClosedOnExec) {
+    LSignalObject oSignal;
+    int const hRead = oSignal.GetReadEnd();
+    EXPECT_TRUE(fcntl(hRead, F_GETFL) & O_NONBLOCK);
+    EXPECT_TRUE(fcntl(hRead, F_GETFD) & FD_CLOEXEC);
+}
+
+TEST(SignalObject, WaitGoesOnAfterASignalHandler) {
+    struct sigaction oHandler {
+    }, oBefore;
+    oHandler.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &oHandler, &oBefore); // no SA_RESTART
+    LSignalObject oSignal, oWaiting;
+    for (unsigned int nTimeout : {kLNoTimeout, 100'000u}) {
+        bool bSignaled = false;
+        std::thread oWaiter([&] {
+            oWaiting.Signal();
+            bSignaled = oSignal.WaitSignal(nTimeout);
+        });
+        oWaiting.WaitSignal(kLNoTimeout);
+        for (int n = 0; n < 200; ++n) {
+            pthread_kill(oWaiter.native_handle(), SIGUSR1);
+            std::this_thread::yield();
+        }
+        oSignal.Signal();
+        oWaiter.join();
+        EXPECT_TRUE(bSignaled) << "timeout " << nTimeout;
+        oSignal.Reset();
+        oWaiting.Reset();
+    }
+    sigaction(SIGUSR1, &oBefore, nullptr);
+}
+
+TEST(SignalObject, WakesEveryWaiterWithWhatTheSignallerWrote) {
+    LSignalObject oSignal;
+    int nWritten = 0; // plain: the signal is what orders it
+    std::vector<std::thread> lWaiters;
+    std::atomic<int> nSeen{0};
+    for (int n = 0; n < 4; ++n)
+        lWaiters.emplace_back([&] {
+            if (oSignal.WaitSignal(kLNoTimeout))
+                nSeen += nWritten;
+        });
+    nWritten = 7;
+    oSignal.Signal();
+    for (auto& oWaiter : lWaiters)
+        oWaiter.join();
+    EXPECT_EQ(nSeen, 4 * 7);
+}
+
+TEST(SignalObject, WithoutDescriptorsIsNeverSignalledAndNeverHangsAWaiter) {
+    rlimit oBefore;
+    getrlimit(RLIMIT_NOFILE, &oBefore);
+    rlimit oNone = oBefore;
+    oNone.rlim_cur = 3;
+    setrlimit(RLIMIT_NOFILE, &oNone);
+    LSignalObject oSignal;
+    setrlimit(RLIMIT_NOFILE, &oBefore);
+    EXPECT_FALSE(oSignal.IsValid());
+    oSignal.Signal();
+    oSignal.Reset();
+    EXPECT_FALSE(oSignal.WaitSignal(kLNoTimeout));
+}
+
+TEST(SignalObject, ManyComeAndGoWithoutATrace) {
+    for (int n = 0; n < 10'000; ++n) { // the harness compares the descriptors
+        LSignalObject oSignal;
+        oSignal.Signal();
+        ASSERT_TRUE(oSignal.IsSignaled());
+    }
+}
+
+TEST(SignalObjectGroup, IsEmptyFull256AndGrowsInOrder) {
+    LSignalObject oFiller, oLate;
+    LSignalObjectGroup oGroup;
+    EXPECT_FALSE(oGroup.Select(kLNoTimeout)) << "an empty group";
+    for (int n = 0; n < LSignalObjectGroup::kMaxCount; ++n)
+        oGroup.Add(oFiller);
+    oLate.Signal();
+    oGroup.Add(oLate);
+    EXPECT_EQ(oGroup.GetCount(), 256);
+    EXPECT_FALSE(oGroup.IsSignaled()) << "the 257th member was taken";
+    oFiller.Signal();
+    EXPECT_TRUE(oGroup.IsSignaled());
+}
+
+TEST(SignalObjectGroup, TakesOfAnotherGroupWhatFits) {
+    LSignalObject oA, oB, oFiller;
+    LSignalObjectGroup oPair;
+    oPair.Add(oA);
+    oPair.Add(oB);
+    LSignalObjectGroup oGroup;
+    for (int n = 0; n < 255; ++n)
+        oGroup.Add(oFiller);
+    oGroup.Add(oPair);
+    EXPECT_EQ(oGroup.GetCount(), 256);
+    EXPECT_TRUE(oGroup.EndsWith(oA)) << "of the pair only the first fits";
+    oPair.Add(oPair);
+    EXPECT_EQ(oPair.GetCount(), 4);
+    EXPECT_TRUE(oPair.EndsWith(oB));
+}
