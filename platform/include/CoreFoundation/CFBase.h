@@ -15,7 +15,7 @@
 // Differs from the OS:
 // - There is one allocator. Every CFAllocatorRef argument takes NULL or kCFAllocatorDefault; the one exception is
 //   kCFAllocatorNull where a bytes deallocator is asked for.
-// - A pointer that is no object stops the process when it can be told from one (a word at its start is checked).
+// - Running out of memory stops the process.
 // - The type numbers returned by ...GetTypeID are this library's own.
 #pragma once
 

@@ -33,7 +33,7 @@ enum : CFPropertyListMutabilityOptions {
 
 extern "C" {
 
-// The list in `data`, one reference for the caller; NULL when it is not one. Hostile bytes cost time and memory in
+// The list in `data`, one reference for the caller; NULL when it is not one. Hostile bytes cost memory in
 // proportion to their number and do no harm. `format` and `error` may be NULL.
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data,
                                                CFPropertyListMutabilityOptions options, CFPropertyListFormat* format,
