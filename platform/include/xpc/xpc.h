@@ -18,8 +18,12 @@
 // - Where the compiler has no blocks, handlers are std::function.
 // - A connection without a target queue runs its events on a thread of its own, not on a pool. Thread-local state, such
 //   as dispatch labels, is not there.
-// - Resuming a connection that is not suspended does nothing, and so does releasing one that is suspended or not
-//   cancelled: the connection then ends, and its handler sees nothing more.
+// - Resuming a connection that is not suspended does nothing. Releasing the last reference to one that was not
+//   cancelled, or is suspended, ends it: who waits for an answer hears XPC_ERROR_CONNECTION_INVALID, its handler
+//   nothing more.
+// - Nobody starts a server on demand. A connection to a name that nobody serves sees XPC_ERROR_CONNECTION_INVALID once,
+//   and so does each message that wants an answer; but the name is looked up again with every message, and the
+//   connection works from when somebody serves it.
 // - xpc_connection_create with a name looks the name up as a mach service's: there are no bundled XPC services.
 // - A receiver that stops reading costs the sender 4 MiB of memory at most: messages without reply beyond that are
 //   dropped, and those with reply are answered with XPC_ERROR_CONNECTION_INTERRUPTED.
@@ -199,8 +203,9 @@ xpc_connection_t xpc_connection_create_from_endpoint(xpc_endpoint_t endpoint);
 // An endpoint of a listener without name; null for any other connection, and when descriptors ran out.
 xpc_endpoint_t xpc_endpoint_create(xpc_connection_t connection);
 
-// Replaces the event handler. A listener's handler receives connections (to be given a handler and resumed, retained to
-// be kept), every other one's receives dictionaries; both receive errors.
+// Replaces the event handler. A listener's handler receives connections, to be given a handler and resumed (from then
+// on they live until they end, retained or not; not resumed, they end with the handler's return). Every other
+// connection's handler receives dictionaries. Both receive errors.
 void xpc_connection_set_event_handler(xpc_connection_t connection, xpc_handler_t handler);
 
 // The queue that runs events and replies from the next event on; null: the connection's thread. Before resuming.

@@ -1,0 +1,116 @@
+#include "platform/xpc/values.h"
+
+#include "platform/xpc/connection.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace platform {
+namespace {
+
+template <class T>
+void Delete(Object* pObject) {
+    delete static_cast<T*>(pObject);
+}
+
+void FreeBytes(Object* pObject) {
+    auto* const pBytes = static_cast<Bytes*>(pObject);
+    pBytes->~Bytes();
+    std::free(pBytes);
+}
+
+void Never(Object*) {}
+
+} // namespace
+} // namespace platform
+
+using platform::WireType;
+#define TYPE(name, text, wire, destroy)                                                                                \
+    constinit const _xpc_type_s _xpc_type_##name {                                                                     \
+        text, WireType::wire, platform::destroy                                                                        \
+    }
+TYPE(null, "null", Null, Never);
+TYPE(bool, "bool", Bool, Never);
+TYPE(int64, "int64", Int64, Delete<platform::Scalar<int64_t>>);
+TYPE(uint64, "uint64", UInt64, Delete<platform::Scalar<uint64_t>>);
+TYPE(double, "double", Double, Delete<platform::Scalar<double>>);
+TYPE(date, "date", Date, Delete<platform::Scalar<int64_t>>);
+TYPE(data, "data", Data, FreeBytes);
+TYPE(string, "string", String, FreeBytes);
+TYPE(uuid, "uuid", Uuid, Delete<platform::Uuid>);
+TYPE(fd, "fd", FileDescriptor, Delete<platform::Descriptor>);
+TYPE(endpoint, "endpoint", Endpoint, Delete<platform::Endpoint>);
+TYPE(array, "array", Array, Delete<platform::Array>);
+TYPE(dictionary, "dictionary", Dictionary, Delete<platform::Dictionary>);
+TYPE(error, "error", None, Never);
+TYPE(connection, "connection", None, Connection::LastReferenceGone);
+#undef TYPE
+
+constinit _xpc_error_s _xpc_error_connection_interrupted{"Connection interrupted"};
+constinit _xpc_error_s _xpc_error_connection_invalid{"Connection invalid"};
+constinit _xpc_error_s _xpc_error_termination_imminent{"Process termination imminent"};
+
+namespace platform {
+
+Ref<Bytes> Bytes::Make(xpc_type_t pType, void const* pBytes, size_t nLength) {
+    void* const pMemory = nLength > SIZE_MAX / 2 ? nullptr : std::malloc(sizeof(Bytes) + nLength + 1);
+    if (!pMemory)
+        throw std::bad_alloc();
+    auto* const pObject = new (pMemory) Bytes(pType, nLength);
+    auto* const pContents = reinterpret_cast<uint8_t*>(pObject + 1);
+    if (nLength != 0)
+        std::memcpy(pContents, pBytes, nLength);
+    pContents[nLength] = 0;
+    return Ref<Bytes>::Adopt(pObject);
+}
+
+Dictionary::Dictionary() : Object(XPC_TYPE_DICTIONARY) {}
+Dictionary::~Dictionary() = default;
+
+Object* Dictionary::Find(std::string_view szKey) const noexcept {
+    for (Entry const& oEntry : lEntries)
+        if (oEntry.szKey == szKey)
+            return oEntry.pValue.Get();
+    return nullptr;
+}
+
+void Dictionary::Set(std::string_view szKey, Ref<Object> pValue) {
+    for (Entry& oEntry : lEntries)
+        if (oEntry.szKey == szKey) {
+            oEntry.pValue = std::move(pValue);
+            return;
+        }
+    lEntries.push_back({std::string(szKey), std::move(pValue)});
+}
+
+void Dictionary::Remove(std::string_view szKey) {
+    std::erase_if(lEntries, [&](Entry const& oEntry) { return oEntry.szKey == szKey; });
+}
+
+Ref<Object> MakeNull() noexcept {
+    struct Null final : Object {
+        Null() noexcept : Object(XPC_TYPE_NULL, kImmortal) {}
+    };
+    static Null& oNull = *new Null;
+    return Ref<Object>::Retain(&oNull);
+}
+
+Ref<Object> MakeBool(bool bValue) noexcept {
+    static Bool &oFalse = *new Bool(false), &oTrue = *new Bool(true);
+    return Ref<Object>::Retain(bValue ? &oTrue : &oFalse);
+}
+
+Ref<Object> MakeInt64(int64_t nValue) {
+    return Ref<Object>::Adopt(new Scalar<int64_t>(XPC_TYPE_INT64, nValue));
+}
+Ref<Object> MakeUInt64(uint64_t nValue) {
+    return Ref<Object>::Adopt(new Scalar<uint64_t>(XPC_TYPE_UINT64, nValue));
+}
+Ref<Object> MakeDouble(double fValue) {
+    return Ref<Object>::Adopt(new Scalar<double>(XPC_TYPE_DOUBLE, fValue));
+}
+Ref<Object> MakeDate(int64_t nValue) {
+    return Ref<Object>::Adopt(new Scalar<int64_t>(XPC_TYPE_DATE, nValue));
+}
+
+} // namespace platform

@@ -1,0 +1,183 @@
+// The cast of an XPC test: connections that note what happens to them, a listener with its peers, a folder of names.
+#pragma once
+
+#include "tests/platform/waiting.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <xpc/xpc.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+// An event in a word: a message as the text under "text" (or its number under "number"), an error as its name.
+inline std::string WordFor(xpc_object_t pEvent) {
+    if (pEvent == XPC_ERROR_CONNECTION_INVALID)
+        return "invalid";
+    if (pEvent == XPC_ERROR_CONNECTION_INTERRUPTED)
+        return "interrupted";
+    if (xpc_get_type(pEvent) == XPC_TYPE_CONNECTION)
+        return "peer";
+    char const* const szText = xpc_dictionary_get_string(pEvent, "text");
+    return szText ? szText : std::to_string(xpc_dictionary_get_int64(pEvent, "number"));
+}
+
+// A message, released with its scope.
+class Message {
+public:
+    Message() : pDictionary(xpc_dictionary_create(nullptr, nullptr, 0)) {}
+    explicit Message(char const* szText) : pDictionary(xpc_dictionary_create(nullptr, nullptr, 0)) {
+        xpc_dictionary_set_string(pDictionary, "text", szText);
+    }
+    explicit Message(int64_t nNumber) : Message() { xpc_dictionary_set_int64(pDictionary, "number", nNumber); }
+    explicit Message(xpc_object_t pOwned) : pDictionary(pOwned) {}
+    ~Message() {
+        if (pDictionary)
+            xpc_release(pDictionary);
+    }
+    Message(Message const&) = delete;
+    Message& operator=(Message const&) = delete;
+    operator xpc_object_t() const { return pDictionary; }
+
+private:
+    xpc_object_t const pDictionary;
+};
+
+// A connection that writes down its events, and is cancelled and released with its scope.
+class Party {
+public:
+    using Handler = std::function<void(xpc_object_t)>;
+
+    explicit Party(xpc_connection_t pOwned, Handler oAlso = {}) : pConnection(pOwned) { Listen(std::move(oAlso)); }
+    ~Party() {
+        xpc_connection_cancel(pConnection);
+        xpc_release(pConnection);
+    }
+    Party(Party const&) = delete;
+    Party& operator=(Party const&) = delete;
+
+    void Listen(Handler oAlso) {
+        xpc_connection_set_event_handler(pConnection, [pNotes = pNotes, oAlso = std::move(oAlso)](xpc_object_t pEvent) {
+            if (oAlso)
+                oAlso(pEvent);
+            pNotes->Add(WordFor(pEvent));
+        });
+    }
+    Party& Resume() {
+        xpc_connection_resume(pConnection);
+        return *this;
+    }
+    void Send(xpc_object_t pMessage) { xpc_connection_send_message(pConnection, pMessage); }
+    void Ask(xpc_object_t pMessage) {
+        xpc_connection_send_message_with_reply(
+            pConnection, pMessage, nullptr, [pNotes = pNotes](xpc_object_t p) { pNotes->Add("reply " + WordFor(p)); });
+    }
+    void Barrier(char const* szWord) {
+        xpc_connection_send_barrier(pConnection, [pNotes = pNotes, szWord] { pNotes->Add(szWord); });
+    }
+    WordLog& Notes() { return *pNotes; }
+    operator xpc_connection_t() const { return pConnection; }
+
+private:
+    xpc_connection_t const pConnection;
+    std::shared_ptr<WordLog> const pNotes = std::make_shared<WordLog>();
+};
+
+// A listener without name whose peers all run one handler.
+class Listener {
+public:
+    using PeerHandler = std::function<void(xpc_connection_t pPeer, xpc_object_t pEvent)>;
+
+    explicit Listener(PeerHandler oHandler = {}, xpc_connection_t pOwned = xpc_connection_create(nullptr, nullptr))
+        : oParty(pOwned, [this, oHandler](xpc_object_t pEvent) { Welcome(pEvent, oHandler); }) {
+        oParty.Resume();
+    }
+
+    // A connection to it, not resumed yet.
+    xpc_connection_t NewCaller() {
+        xpc_endpoint_t const pEndpoint = xpc_endpoint_create(oParty);
+        xpc_connection_t const pCaller = xpc_connection_create_from_endpoint(pEndpoint);
+        xpc_release(pEndpoint);
+        return pCaller;
+    }
+    Party& AsParty() { return oParty; }
+    WordLog& PeerNotes() { return *pPeerNotes; }
+
+private:
+    void Welcome(xpc_object_t pEvent, PeerHandler const& oHandler) {
+        if (xpc_get_type(pEvent) != XPC_TYPE_CONNECTION)
+            return;
+        auto const pPeer = static_cast<xpc_connection_t>(pEvent);
+        xpc_connection_set_event_handler(pPeer, [pPeer, oHandler, pNotes = pPeerNotes](xpc_object_t pOfPeer) {
+            if (oHandler)
+                oHandler(pPeer, pOfPeer);
+            pNotes->Add(WordFor(pOfPeer));
+        });
+        xpc_connection_resume(pPeer);
+    }
+
+    std::shared_ptr<WordLog> const pPeerNotes = std::make_shared<WordLog>();
+    Party oParty;
+};
+
+// Peers that stop reading when told so, until the scope ends. Declared before the listener whose peers they are.
+class Stopper {
+public:
+    ~Stopper() {
+        for (xpc_connection_t const pPeer : oStopped.Now()) {
+            xpc_connection_resume(pPeer);
+            xpc_release(pPeer);
+        }
+    }
+    // A listener's PeerHandler: the message "stop" is the last that a peer reads.
+    void operator()(xpc_connection_t pPeer, xpc_object_t pEvent) {
+        if (WordFor(pEvent) != "stop")
+            return;
+        xpc_connection_suspend(pPeer);
+        xpc_retain(pPeer);
+        oStopped.Add(pPeer);
+    }
+    // Once one has stopped.
+    xpc_connection_t Wait() { return oStopped.WaitFor(1).at(0); }
+
+private:
+    Log<xpc_connection_t> oStopped;
+};
+
+// Sends an answer with this text to a message that wants one.
+inline void AnswerWith(xpc_object_t pEvent, char const* szText) {
+    if (xpc_get_type(pEvent) != XPC_TYPE_DICTIONARY)
+        return;
+    if (xpc_object_t const pReply = xpc_dictionary_create_reply(pEvent)) {
+        Message const oReply(pReply);
+        xpc_dictionary_set_string(oReply, "text", szText);
+        xpc_connection_send_message(xpc_dictionary_get_remote_connection(pEvent), oReply);
+    }
+}
+
+// A runtime folder of the test's own, in which names are served.
+class ServiceFolder {
+public:
+    ServiceFolder() {
+        char szPath[] = "/tmp/lumora-test-XXXXXX";
+        szRuntime = ::mkdtemp(szPath);
+        ::setenv("XDG_RUNTIME_DIR", szPath, 1);
+    }
+    ~ServiceFolder() {
+        std::error_code oIgnored;
+        std::filesystem::remove_all(szRuntime, oIgnored);
+    }
+    std::string const& Runtime() const { return szRuntime; }
+
+    static xpc_connection_t NewServer(char const* szName) {
+        return xpc_connection_create_mach_service(szName, nullptr, XPC_CONNECTION_MACH_SERVICE_LISTENER);
+    }
+    static xpc_connection_t NewClient(char const* szName) {
+        return xpc_connection_create_mach_service(szName, nullptr, 0);
+    }
+
+private:
+    std::string szRuntime;
+};
