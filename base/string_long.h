@@ -126,6 +126,13 @@ public:
         nLength = std::char_traits<T>::length(pBuffer);
     }
 
+    // After something else has written `nCharacters`, fewer than the capacity, into the reserved buffer: takes them all,
+    // NULs included.
+    void SetLength(std::size_t nCharacters) noexcept {
+        nLength = nCharacters;
+        pBuffer[nLength] = T();
+    }
+
     void Swap(LStringLongTemplate& oOther) noexcept {
         std::swap(pBuffer, oOther.pBuffer);
         std::swap(nLength, oOther.nLength);
