@@ -1,0 +1,62 @@
+#include "bench/measure.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+uint64_t NowNs() {
+    timespec oNow{};
+    clock_gettime(CLOCK_MONOTONIC, &oNow);
+    return static_cast<uint64_t>(oNow.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(oNow.tv_nsec);
+}
+
+void SleepUntilNs(uint64_t nInstantNs) {
+    timespec const oInstant{static_cast<time_t>(nInstantNs / 1'000'000'000),
+                            static_cast<long>(nInstantNs % 1'000'000'000)};
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &oInstant, nullptr) != 0)
+        ;
+}
+
+uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare) {
+    if (lSamples.empty())
+        return 0;
+    std::sort(lSamples.begin(), lSamples.end());
+    auto const nIndex = static_cast<size_t>(fShare * static_cast<double>(lSamples.size() - 1) + 0.5);
+    return lSamples[nIndex];
+}
+
+uint64_t CpuTimeNs(pid_t nProcess) {
+    clockid_t nClock{};
+    timespec oTime{};
+    if (clock_getcpuclockid(nProcess, &nClock) != 0 || clock_gettime(nClock, &oTime) != 0)
+        return 0;
+    return static_cast<uint64_t>(oTime.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(oTime.tv_nsec);
+}
+
+uint64_t ResidentKiB(pid_t nProcess) {
+    std::ifstream oFile("/proc/" + std::to_string(nProcess) + "/status");
+    for (std::string szLine; std::getline(oFile, szLine);)
+        if (szLine.rfind("VmRSS:", 0) == 0)
+            return std::stoull(szLine.substr(6));
+    return 0;
+}
+
+bool PrintRows(std::vector<Row> const& lRows) {
+    bool bAll = true;
+    std::printf("| what | ours | yardstick | ratio | at most | holds |\n|---|---|---|---|---|---|\n");
+    for (auto const& oRow : lRows) {
+        bAll = bAll && oRow.Holds();
+        std::printf("| %s | %.2f %s | ", oRow.szWhat.c_str(), oRow.fOurs, oRow.szUnit.c_str());
+        if (oRow.fYardstick > 0)
+            std::printf("%.2f %s | %.2f × | %.1f ×", oRow.fYardstick, oRow.szUnit.c_str(), oRow.fOurs / oRow.fYardstick,
+                        oRow.fAtMost);
+        else
+            std::printf("| | %.0f %s", oRow.fAtMost, oRow.szUnit.c_str());
+        std::printf(" | %s |\n", oRow.Holds() ? "yes" : "NO");
+    }
+    std::fflush(stdout);
+    return bAll;
+}

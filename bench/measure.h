@@ -1,0 +1,38 @@
+// What every benchmark here shares: percentiles, pacing, process figures, and the rows that end up in
+// docs/performance.md.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// CLOCK_MONOTONIC in nanoseconds: one clock for all processes of a run.
+uint64_t NowNs();
+
+// Sleeps until the instant; instants that have passed return at once.
+void SleepUntilNs(uint64_t nInstantNs);
+
+// The value below which `fShare` (0 to 1) of the samples lie; sorts them. 0 without samples.
+uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare);
+
+// User and system time of a process so far, in nanoseconds; 0 when it is gone.
+uint64_t CpuTimeNs(pid_t nProcess);
+
+// Resident memory of a process in KiB; 0 when it is gone.
+uint64_t ResidentKiB(pid_t nProcess);
+
+// A measurement beside its yardstick. `fAtMost` is the most that ours may be: a multiple of the yardstick when there is
+// one (fYardstick above 0), else in the row's own unit.
+struct Row {
+    std::string szWhat;
+    double fOurs = 0;
+    double fYardstick = 0;
+    std::string szUnit;
+    double fAtMost = 0;
+
+    bool Holds() const { return fOurs <= (fYardstick > 0 ? fYardstick * fAtMost : fAtMost); }
+};
+
+// Prints the rows as a Markdown table; true when all of them hold.
+bool PrintRows(std::vector<Row> const& lRows);
