@@ -4,7 +4,7 @@
 #include "bench/measure.h"
 #include "platform/host/clock.h"
 #include "xpc/client_manager.h"
-#include "xpc/helperlink/keys.h"
+#include "xpc/helperlink/helper_keys.h"
 
 #include <CoreAudio/AudioServerPlugIn.h>
 

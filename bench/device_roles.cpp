@@ -2,7 +2,7 @@
 
 #include "bench/measure.h"
 #include "xpc/client_manager.h"
-#include "xpc/helperlink/keys.h"
+#include "xpc/helperlink/helper_keys.h"
 
 #include <xpc/xpc.h>
 
