@@ -16,7 +16,9 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
