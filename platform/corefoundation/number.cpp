@@ -1,4 +1,5 @@
 #include "platform/corefoundation/object.h"
+#include "platform/corefoundation/plain_locale.h"
 #include "platform/corefoundation/string_object.h"
 
 #include <CoreFoundation/CFNumber.h>
@@ -172,6 +173,7 @@ CFHashCode __CFNumber::Hash() const noexcept {
 }
 
 std::string __CFNumber::Digits() const {
+    cf::PlainLocale const oPlain;
     char szDigits[40];
     if (IsFloat())
         std::snprintf(szDigits, sizeof szDigits, "%.*g", type == kCFNumberFloat32Type ? 7 : 15, value);

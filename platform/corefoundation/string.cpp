@@ -1,5 +1,6 @@
 #include "platform/corefoundation/string_object.h"
 
+#include "platform/corefoundation/plain_locale.h"
 #include "platform/corefoundation/unicode.h"
 
 #include <CoreFoundation/CFString.h>
@@ -224,5 +225,6 @@ SInt32 CFStringGetIntValue(CFStringRef text) {
 }
 
 double CFStringGetDoubleValue(CFStringRef text) {
+    cf::PlainLocale const oPlain;
     return std::strtod(NumberText(text).c_str(), nullptr);
 }

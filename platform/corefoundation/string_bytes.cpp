@@ -51,6 +51,18 @@ size_t Convert(std::u16string_view text, CFStringEncoding encoding, UInt8 lossBy
     return nDone;
 }
 
+CFIndex MostBytesOfAUnit(CFStringEncoding encoding) noexcept {
+    switch (encoding) {
+    case kCFStringEncodingASCII:
+    case kCFStringEncodingISOLatin1: return 1;
+    case kCFStringEncodingUTF16:
+    case kCFStringEncodingUTF16BE:
+    case kCFStringEncodingUTF16LE: return 2;
+    case kCFStringEncodingUTF8: return 3; // four bytes are a pair of units
+    default: return 4;
+    }
+}
+
 // The encodings whose texts from outside start with a byte-order mark.
 bool HasMark(CFStringEncoding encoding) noexcept {
     return encoding == kCFStringEncodingUTF16 || encoding == kCFStringEncodingUTF32;
@@ -109,11 +121,7 @@ CFDataRef CFStringCreateExternalRepresentation(CFAllocatorRef, CFStringRef text,
 }
 
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex nLength, CFStringEncoding encoding) {
-    // A unit alone is at most 3 bytes of UTF-8; a pair of them 4.
-    CFIndex const nPerUnit = encoding == kCFStringEncodingUTF8                                               ? 3
-                             : encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1  ? 1
-                             : (encoding & 0xFFFF) == kCFStringEncodingUTF16 && (encoding & 0x08000000) == 0 ? 2
-                                                                                                             : 4;
+    CFIndex const nPerUnit = MostBytesOfAUnit(encoding);
     return nLength > std::numeric_limits<CFIndex>::max() / nPerUnit ? static_cast<CFIndex>(kCFNotFound)
                                                                     : nLength * nPerUnit;
 }

@@ -2,6 +2,7 @@
 //
 // Three passes, since an argument by position can only be fetched when the types of all before it are known: read the
 // conversions, fetch the arguments, print.
+#include "platform/corefoundation/plain_locale.h"
 #include "platform/corefoundation/string_object.h"
 #include "platform/corefoundation/unicode.h"
 
@@ -287,6 +288,7 @@ private:
         if (o.nPrecision >= 0)
             szFormat += "." + std::to_string(o.nPrecision);
         szFormat += szType;
+        cf::PlainLocale const oPlain;
         int const nLength = std::snprintf(nullptr, 0, szFormat.c_str(), value);
         std::string szText(static_cast<size_t>(std::max(nLength, 0)) + 1, '\0');
         std::snprintf(szText.data(), szText.size(), szFormat.c_str(), value);

@@ -173,8 +173,8 @@ std::optional<std::u16string> XmlScanner::TextUntilClose(std::string_view name) 
             if (!SkipPast("-->"))
                 return std::nullopt;
         } else {
-            auto const oTag = NextTag();
-            if (!oTag || oTag->form != XmlTag::Form::Close || oTag->name != name)
+            auto const oTag = rest.starts_with("</") ? NextTag() : std::nullopt;
+            if (!oTag || oTag->name != name)
                 return std::nullopt;
             return out;
         }

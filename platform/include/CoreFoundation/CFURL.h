@@ -1,7 +1,7 @@
 // Stands in for <CoreFoundation/CFURL.h> and the file half of <CoreFoundation/CFURLAccess.h>: URLs, mostly of files.
 //
 // Kept: a file URL is "file://" and the percent-escaped absolute path; the path of a directory ends in "/"; a relative
-// path is taken from the working directory at creation (or from the base URL); "localhost" is the empty host.
+// path is taken from the working directory at creation (or from the base URL); the host of a file URL is not looked at.
 //
 // Differs from the OS:
 // - Path styles: kCFURLPOSIXPathStyle only; another gives NULL.
