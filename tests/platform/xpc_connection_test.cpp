@@ -67,7 +67,8 @@ TEST(XpcConnection, EachAskGetsOneAnswer) {
     };
     for (auto const& oCase : lCases) {
         SCOPED_TRACE(oCase.szName);
-        Listener oListener([&](xpc_connection_t, xpc_object_t p) { oCase.oAct(p); });
+        // A copy: the peer's last event may come when this test has ended.
+        Listener oListener([oAct = oCase.oAct](xpc_connection_t, xpc_object_t p) { oAct(p); });
         Party oCaller(oListener.NewCaller());
         oCaller.Resume().Ask(Message("question"));
         auto const lNotes = oCaller.Notes().WaitFor(1);
