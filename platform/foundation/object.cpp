@@ -1,0 +1,85 @@
+#include "platform/testing/foundation.h"
+
+#include <Foundation/NSAutoreleasePool.h>
+#include <Foundation/NSData.h>
+#include <Foundation/NSObject.h>
+
+#include <cstring>
+#include <new>
+#include <vector>
+
+namespace {
+
+std::atomic<long> nLiveObjects{0};
+
+// The references that a thread owes, all its pools' in one list: each pool knows where its own begin.
+struct Owed {
+    std::vector<NSObject*> lObjects;
+
+    ~Owed() { PayDownTo(0); }
+
+    void PayDownTo(std::size_t nFirst) {
+        // What a dealloc autoreleases comes behind, and is paid too.
+        for (std::size_t n = nFirst; n < lObjects.size(); ++n)
+            lObjects[n]->release();
+        lObjects.resize(nFirst);
+    }
+};
+
+Owed& ThisThreads() {
+    thread_local Owed oOwed;
+    return oOwed;
+}
+
+} // namespace
+
+long PlatformCountLiveNSObjects() {
+    return nLiveObjects;
+}
+
+NSObject::NSObject() noexcept {
+    nLiveObjects.fetch_add(1, std::memory_order_relaxed);
+}
+
+NSObject::~NSObject() {
+    nLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+}
+
+NSObject* NSObject::retain() noexcept {
+    nReferences.fetch_add(1, std::memory_order_relaxed);
+    return this;
+}
+
+void NSObject::release() noexcept {
+    if (nReferences.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        dealloc();
+}
+
+NSObject* NSObject::autorelease() {
+    ThisThreads().lObjects.push_back(this);
+    return this;
+}
+
+unsigned long NSObject::retainCount() const noexcept {
+    return nReferences.load(std::memory_order_relaxed);
+}
+
+void NSObject::dealloc() {
+    delete this;
+}
+
+NSAutoreleasePool::NSAutoreleasePool() noexcept : nFirst(ThisThreads().lObjects.size()) {}
+
+NSAutoreleasePool::~NSAutoreleasePool() {
+    ThisThreads().PayDownTo(nFirst);
+}
+
+NSData* NSData::dataWithBytes(void const* bytes, unsigned long length) {
+    std::unique_ptr<unsigned char[]> pCopy(new (std::nothrow) unsigned char[length]);
+    if (!pCopy)
+        return nullptr;
+    std::memcpy(pCopy.get(), bytes, length);
+    auto* const pData = new NSData(std::move(pCopy), length);
+    pData->autorelease();
+    return pData;
+}
