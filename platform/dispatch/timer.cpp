@@ -50,7 +50,7 @@ private:
         while (!mapPending.empty()) {
             auto const itFirst = mapPending.begin();
             if (itFirst->first <= mach_absolute_time())
-                Submit(mapPending.extract(itFirst).mapped());
+                Submit(std::move(mapPending.extract(itFirst).mapped()));
             else
                 SleepUntil(itFirst->first, oLock);
         }
