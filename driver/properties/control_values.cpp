@@ -14,18 +14,27 @@ OSStatus Convert(PropertyQuery const& oQuery, Float32 (*pCurve)(Float32)) {
     return oQuery.Deliver(pCurve(nValue));
 }
 
+// The reserved field is no part of the value: it keeps what the caller has there.
+void KeepReserved(PropertyQuery const& oQuery, AudioStreamBasicDescription& oFormat) {
+    if (oQuery.nBufferSize >= sizeof oFormat)
+        std::memcpy(&oFormat.mReserved,
+                    static_cast<char const*>(oQuery.pBuffer) + offsetof(AudioStreamBasicDescription, mReserved),
+                    sizeof oFormat.mReserved);
+}
+
 } // namespace
 
 namespace values {
 
-// The reserved field keeps what the caller has there.
 OSStatus StreamFormat(PropertyQuery const& oQuery) {
-    AudioStreamBasicDescription const oFormat = LVADStreamFormat(LVADStored<Float64, gVADSampleRate>());
-    return oQuery.Deliver(&oFormat, sizeof oFormat, offsetof(AudioStreamBasicDescription, mReserved));
+    AudioStreamBasicDescription oFormat = LVADStreamFormat(LVADStored<Float64, gVADSampleRate>());
+    KeepReserved(oQuery, oFormat);
+    return oQuery.Deliver(oFormat);
 }
 
 OSStatus StreamFormats(PropertyQuery const& oQuery) {
-    AudioStreamRangedDescription const oFormat = {LVADStreamFormat(44100.0), {44100.0, 44100.0}};
+    AudioStreamRangedDescription oFormat = {LVADStreamFormat(44100.0), {44100.0, 44100.0}};
+    KeepReserved(oQuery, oFormat.mFormat);
     return oQuery.DeliverList(&oFormat, 1);
 }
 

@@ -41,15 +41,10 @@ struct PropertyQuery {
     // A single value: all of it, or kAudioHardwareBadPropertySizeError.
     template <class T>
     OSStatus Deliver(T const& tValue) const {
-        return Deliver(&tValue, sizeof tValue, sizeof tValue);
-    }
-
-    // A single value of nSize bytes of which only the first nWritten are set.
-    OSStatus Deliver(void const* pValue, size_t nSize, size_t nBytesSet) const {
-        if (nBufferSize < nSize)
+        if (nBufferSize < sizeof tValue)
             return kAudioHardwareBadPropertySizeError;
-        std::memcpy(pBuffer, pValue, nBytesSet);
-        *pWritten = static_cast<UInt32>(nSize);
+        std::memcpy(pBuffer, &tValue, sizeof tValue);
+        *pWritten = sizeof tValue;
         return kAudioHardwareNoError;
     }
 
