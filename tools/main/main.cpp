@@ -1,0 +1,54 @@
+#include "tools/process/failure.h"
+#include "tools/process/role_process.h"
+#include "tools/roles/commands.h"
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr char kAbout[] =
+    "Plays audio to the Lumora virtual device and records what arrives at the other end.\n"
+    "\n"
+    "Exit status: 0 success; 1 the recording is not what was played; 2 wrong usage; 3 an input can't be\n"
+    "played; 4 the recording can't be written; 5 the bundle, the helper or the service folder can't be used.\n";
+
+// The name of the subcommand, so that a line among the output of several roles says whose it is.
+std::string NameOf(int nArguments, char** ppArguments) {
+    return nArguments > 1 && ppArguments[1][0] != '-' ? std::string("lumora ") + ppArguments[1] : "lumora";
+}
+
+// The parser itself would only say that a command is missing.
+void RefuseUnknownCommand(CLI::App const& oApp, int nArguments, char** ppArguments) {
+    if (nArguments < 2 || ppArguments[1][0] == '-')
+        return;
+    std::string const szWanted = ppArguments[1];
+    if (oApp.get_subcommands([&](CLI::App const* pCommand) { return pCommand->get_name() == szWanted; }).empty())
+        throw Failure(ExitCode::Usage, "there is no command '" + szWanted + "'. See lumora --help.");
+}
+
+} // namespace
+
+int main(int nArguments, char** ppArguments) {
+    CommandContext oContext{ProgramPath(ppArguments[0]), 0};
+    CLI::App oApp(kAbout, "lumora");
+    oApp.require_subcommand(1);
+    AddRecordCommand(oApp, oContext);
+    AddServerCommand(oApp, oContext);
+    AddHelperCommand(oApp, oContext);
+    AddRecorderCommand(oApp, oContext);
+    AddInspectCommand(oApp, oContext);
+    try {
+        RefuseUnknownCommand(oApp, nArguments, ppArguments);
+        oApp.parse(nArguments, ppArguments);
+        return oContext.nExitStatus;
+    } catch (CLI::ParseError const& oWhy) {
+        return oApp.exit(oWhy) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+    } catch (Failure const& oWhy) {
+        std::fprintf(stderr, "%s: %s\n", NameOf(nArguments, ppArguments).c_str(), oWhy.what());
+        return static_cast<int>(oWhy.Code());
+    } catch (std::exception const& oWhy) {
+        std::fprintf(stderr, "%s: unexpectedly: %s\n", NameOf(nArguments, ppArguments).c_str(), oWhy.what());
+        return static_cast<int>(ExitCode::Recording);
+    }
+}

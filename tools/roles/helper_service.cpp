@@ -1,0 +1,236 @@
+#include "tools/roles/helper_service.h"
+
+#include "base/mutex.h"
+#include "xpc/helperlink/helper_keys.h"
+#include "xpc/messaging.h"
+#include "xpc/object.h"
+
+#include <cstring>
+#include <list>
+#include <vector>
+
+#include <unistd.h>
+
+class HelperService::Core : public LXPCClientEventNotify, public std::enable_shared_from_this<Core> {
+public:
+    Core(std::function<void(EventLine const&)> oReport, std::function<void()> oLost)
+        : oReporter(std::move(oReport)), oOnLost(std::move(oLost)), oMessaging(this) {
+        LVADFillHelperKeys();
+        oMessaging.AddKeys(arVADHelperRxKeys, false); // what plug-ins and recorders receive is what this sends
+        oMessaging.AddKeys(arVADHelperTxKeys, true);
+    }
+
+    void Listen();
+    void Shutdown();
+
+private:
+    struct Peer {
+        LXPCConnection oConnection;
+        bool bPlugIn = false; // it has asked for the endpoint
+        uint64_t nGiven = 0;  // the offer that it was last sent
+    };
+
+    void Accept(xpc_object_t pPeer);
+    void EvConnectionError(long nConnection, LXPCErrorType nType) override;
+    void EvMessageSent(long) override {}
+    void EvMessageReceived(long nConnection, long nMessage, LXPCData const* arItems, unsigned long nCount) override;
+    void EvReplyReceived(long, LXPCData const*, unsigned long) override {}
+
+    void OfferEndPoint(long nConnection, long nMessage, xpc_object_t pEndPoint);
+    void WithdrawEndPoint(long nConnection, long nMessage);
+    void RequestEndPoint(long nConnection, long nMessage);
+    void Reply(long nConnection, long nMessage, LXPCData const* pItem);
+    bool HandOut(Peer& oPeer, long nMessage) REQUIRES(mtx);
+    Peer* Find(long nConnection) REQUIRES(mtx);
+
+    std::function<void(EventLine const&)> oReporter;
+    std::function<void()> oOnLost;
+    LMutex mtx; // over sends too: they wait for nobody and call nobody back
+    LXPCConnection oListener GUARDED_BY(mtx);
+    std::list<Peer> lPeers GUARDED_BY(mtx);
+    LXPCObject oEndPoint GUARDED_BY(mtx); // the recorder's; none when there is none
+    long nRecorder GUARDED_BY(mtx) = 0;   // its connection
+    uint64_t nOffer GUARDED_BY(mtx) = 0;  // counts the endpoints offered
+    LXPCBase oMessaging;                  // last: its calls of this sink end before anything else goes
+};
+
+namespace {
+
+uint64_t PidOf(long nConnection) {
+    return static_cast<uint64_t>(xpc_connection_get_pid(LXPCPointer<xpc_connection_t>(nConnection)));
+}
+
+LList<LXPCDataListable>& AddItem(LList<LXPCDataListable>& lItems, LXPCData const& oItem) {
+    lItems.Insert(std::make_unique<LXPCDataListable>(oItem));
+    return lItems;
+}
+
+} // namespace
+
+void HelperService::Core::Listen() {
+    LScopedLock oLock(mtx);
+    oListener.Adopt(
+        xpc_connection_create_mach_service(kVADHelperService, nullptr, XPC_CONNECTION_MACH_SERVICE_LISTENER));
+    auto const pThis = shared_from_this();
+    xpc_connection_set_event_handler(oListener.Handle(), [pThis](xpc_object_t pEvent) {
+        if (xpc_get_type(pEvent) == XPC_TYPE_CONNECTION)
+            pThis->Accept(pEvent);
+        else if (xpc_get_type(pEvent) == XPC_TYPE_ERROR)
+            pThis->oOnLost();
+    });
+    oListener.Resume();
+}
+
+void HelperService::Core::Shutdown() {
+    std::list<Peer> lEnding;
+    LXPCObject oForgotten;
+    {
+        LScopedLock oLock(mtx);
+        oListener.Destroy();
+        lEnding.swap(lPeers);
+        oForgotten = std::move(oEndPoint);
+    }
+    oMessaging.StopEvents();
+}
+
+void HelperService::Core::Accept(xpc_object_t pPeer) {
+    LScopedLock oLock(mtx);
+    Peer& oPeer = lPeers.emplace_back();
+    oPeer.oConnection.Adopt(static_cast<xpc_connection_t>(xpc_retain(pPeer)));
+    oMessaging.SetupConnectionHandlerAndResume(oPeer.oConnection);
+}
+
+HelperService::Core::Peer* HelperService::Core::Find(long nConnection) {
+    for (Peer& oPeer : lPeers)
+        if (oPeer.oConnection.hConnection == nConnection)
+            return &oPeer;
+    return nullptr;
+}
+
+void HelperService::Core::EvConnectionError(long nConnection, LXPCErrorType) {
+    std::list<Peer> lGone; // ended after the lock is let go
+    LXPCObject oForgotten;
+    {
+        LScopedLock oLock(mtx);
+        for (auto it = lPeers.begin(); it != lPeers.end();) {
+            auto const itNow = it++;
+            if (itNow->oConnection.hConnection == nConnection)
+                lGone.splice(lGone.end(), lPeers, itNow);
+        }
+        if (nRecorder == nConnection && !lGone.empty()) {
+            nRecorder = 0;
+            oForgotten = std::move(oEndPoint);
+        }
+    }
+    if (oForgotten)
+        oReporter(EventLine("recorder-gone"));
+}
+
+void HelperService::Core::EvMessageReceived(long nConnection, long nMessage, LXPCData const* arItems,
+                                            unsigned long nCount) {
+    for (LXPCData const* p = arItems; p != arItems + nCount; ++p) {
+        if (std::strcmp(p->szName, "NEW_ENDPOINT") == 0)
+            OfferEndPoint(nConnection, nMessage, LXPCPointer<xpc_object_t>(p->nValue));
+        else if (std::strcmp(p->szName, "CLOSE_ENDPOINT") == 0)
+            WithdrawEndPoint(nConnection, nMessage);
+        else if (std::strcmp(p->szName, kVADKeyRequestEndPoint) == 0)
+            RequestEndPoint(nConnection, nMessage);
+    }
+}
+
+void HelperService::Core::Reply(long nConnection, long nMessage, LXPCData const* pItem) {
+    LList<LXPCDataListable> lItems;
+    if (pItem)
+        AddItem(lItems, *pItem);
+    oMessaging.SendReply(nConnection, nMessage, lItems);
+}
+
+void HelperService::Core::OfferEndPoint(long nConnection, long nMessage, xpc_object_t pEndPoint) {
+    bool const bGood = pEndPoint && xpc_get_type(pEndPoint) == XPC_TYPE_ENDPOINT;
+    LXPCData const oAnswer("NEW_ENDPOINT_REPLY", LXPCDataType_Bool, bGood);
+    Reply(nConnection, nMessage, &oAnswer);
+    if (!bGood)
+        return;
+    oReporter(EventLine("recorder").Add("pid", PidOf(nConnection)));
+    LXPCObject oBefore;           // released after the lock is let go
+    std::vector<uint64_t> lGiven; // process IDs
+    {
+        LScopedLock oLock(mtx);
+        oBefore = std::move(oEndPoint);
+        oEndPoint = LXPCObject::Retained(pEndPoint);
+        nRecorder = nConnection;
+        ++nOffer;
+        for (Peer& oPeer : lPeers)
+            if (oPeer.bPlugIn && HandOut(oPeer, 0))
+                lGiven.push_back(PidOf(oPeer.oConnection.hConnection));
+    }
+    for (uint64_t const nPid : lGiven)
+        oReporter(EventLine("handed-out").Add("pid", nPid));
+}
+
+void HelperService::Core::WithdrawEndPoint(long nConnection, long nMessage) {
+    LXPCObject oForgotten;
+    {
+        LScopedLock oLock(mtx);
+        if (nRecorder == nConnection) {
+            nRecorder = 0;
+            oForgotten = std::move(oEndPoint);
+        }
+    }
+    LXPCData const oAnswer("CLOSE_ENDPOINT_REPLY", LXPCDataType_Bool, oForgotten ? 1 : 0);
+    Reply(nConnection, nMessage, &oAnswer);
+    if (oForgotten)
+        oReporter(EventLine("recorder-gone"));
+}
+
+void HelperService::Core::RequestEndPoint(long nConnection, long nMessage) {
+    bool bGiven = false;
+    {
+        LScopedLock oLock(mtx);
+        Peer* const pPeer = Find(nConnection);
+        if (pPeer) {
+            pPeer->bPlugIn = true;
+            bGiven = HandOut(*pPeer, nMessage);
+        }
+    }
+    if (bGiven)
+        oReporter(EventLine("handed-out").Add("pid", PidOf(nConnection)));
+    else
+        Reply(nConnection, nMessage, nullptr);
+}
+
+// In the reply to nMessage, or as a message of its own with 0. False when there is none to give, and when the plug-in
+// has it: it would leave its connection to the recorder for a new one, in the middle of playing.
+bool HelperService::Core::HandOut(Peer& oPeer, long nMessage) {
+    if (!oEndPoint || oPeer.nGiven == nOffer)
+        return false;
+    oPeer.nGiven = nOffer;
+    LList<LXPCDataListable> lItems;
+    AddItem(lItems, LXPCData(kVADKeySendEndPoint, LXPCDataType_Object, LXPCValue(oEndPoint.Get())));
+    long const nConnection = oPeer.oConnection.hConnection;
+    if (nMessage != 0)
+        oMessaging.SendReply(nConnection, nMessage, lItems);
+    else
+        oMessaging.SendMessage(nConnection, lItems, false);
+    return true;
+}
+
+HelperService::HelperService(std::function<void(EventLine const&)> oReport, std::function<void()> oLost)
+    : pCore(std::make_shared<Core>(std::move(oReport), std::move(oLost))) {
+    pCore->Listen();
+}
+
+HelperService::~HelperService() {
+    pCore->Shutdown();
+}
+
+bool HelperService::IsServedHere() {
+    LXPCConnection oAsking;
+    oAsking.Adopt(xpc_connection_create_mach_service(kVADHelperService, nullptr, 0));
+    xpc_connection_set_event_handler(oAsking.Handle(), [](xpc_object_t) {});
+    oAsking.Resume();
+    // A message without a word of the vocabulary gets no answer, but it takes a listener to find that out.
+    LXPCObject const oNothing(xpc_dictionary_create(nullptr, nullptr, 0));
+    LXPCObject const oAnswer(xpc_connection_send_message_with_reply_sync(oAsking.Handle(), oNothing.Get()));
+    return xpc_connection_get_pid(oAsking.Handle()) == getpid();
+}
