@@ -1,0 +1,186 @@
+// Users kill things, and strangers knock: the three roles by hand.
+#include "tests/end_to_end/roles.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <random>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr size_t kSixSeconds = 520 * 512; // whole cycles: no silence at the end
+
+// Plays to the end, has the recorder keep exactly that (or what it has got, of a part), and waits for its end.
+void FinishBoth(RoleProcess& oServer, RoleProcess& oRecorder, bool bPart = false) {
+    EventLine const oPlayed = WaitFor(oServer, "finished");
+    oRecorder.Command(bPart ? "finish" : "finish " + oPlayed.Text("frames").value_or("0"));
+    EventLine const oRecorded = WaitFor(oRecorder, "finished");
+    EXPECT_EQ(oRecorded.Number("dropped"), 0u);
+    EXPECT_EQ(oRecorder.WaitExit(30000), 0);
+    oServer.CloseControl();
+    EXPECT_EQ(oServer.WaitExit(30000), 0);
+}
+
+// One stranger's packet to the helper's socket.
+void Knock(std::string const& szSocket, std::vector<unsigned char> const& arPacket, size_t nTimes) {
+    int const nSocket = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    sockaddr_un oAddress = {};
+    oAddress.sun_family = AF_UNIX;
+    szSocket.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
+    ASSERT_EQ(connect(nSocket, reinterpret_cast<sockaddr*>(&oAddress), sizeof oAddress), 0) << szSocket;
+    for (size_t n = 0; n < nTimes; ++n)
+        static_cast<void>(send(nSocket, arPacket.data(), arPacket.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
+    close(nSocket);
+}
+
+} // namespace
+
+TEST(Roles, VolumeChangesArriveInOrderAsScalars) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    auto const pServer =
+        oRoles.StartServer({"--speed", "10", "--wait-for-recorder", "20", "--set", "0.1 volume=0.25", "--set",
+                            "0.2 decibels=0", "--set", "0.3 mute=1", "--set", "0.4 volume=1.7", "--set", "0.5 volume=1",
+                            "--set", "0.6 decibels=-96", "--set", "0.7 source=9", oRoles.MakeInput("in.wav", 44100)});
+    // Muting sends nothing, and the second 1.0 changes nothing.
+    for (double const nExpected : {0.25, double{std::sqrt(96.0f / 102.0f)}, 1.0, 0.0})
+        EXPECT_EQ(WaitFor(*pRecorder, "volume").Real("value"), nExpected);
+    EventLine oSet("");
+    do
+        oSet = WaitFor(*pServer, "set");
+    while (oSet.Text("name").value_or("source") != "source");
+    EXPECT_EQ(oSet.Text("result"), "'nope'");
+    FinishBoth(*pServer, *pRecorder);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, 44100), "");
+}
+
+TEST(Roles, TheServerPlaysOnWithoutHelperAndRecorder) {
+    Roles oRoles;
+    auto const pServer = oRoles.StartServer({"--speed", "10", "--frames", "1000", oRoles.MakeInput("in.wav", 44100)});
+    EventLine const oEnd = WaitFor(*pServer, "finished");
+    EXPECT_EQ(oEnd.Number("frames"), 44100u);
+    EXPECT_EQ(oEnd.Number("cycles"), 45u);
+    pServer->CloseControl();
+    EXPECT_EQ(pServer->WaitExit(30000), 0);
+}
+
+TEST(Roles, ARateChangeWhilePlayingStopsAndStartsIOAndLosesNothing) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    auto const pServer = oRoles.StartServer({"--speed", "10", "--wait-for-recorder", "20", "--set", "0.5 rate=48000",
+                                             "--set", "1 rate=44100", oRoles.MakeInput("in.wav", 2 * 44100)});
+    FinishBoth(*pServer, *pRecorder);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, 2 * 44100), "");
+}
+
+TEST(Roles, ARecorderThatComesLateIsFoundWhilePlaying) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pServer = oRoles.StartServer({"--speed", "2", oRoles.MakeInput("in.wav", kSixSeconds)});
+    WaitForFrames(*pServer, 1000);
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    FinishBoth(*pServer, *pRecorder, true);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", kAnywhere, kAnyNumber), "");
+}
+
+TEST(Roles, AKilledRecorderStartedAgainGoesOnRecording) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pFirst = oRoles.StartRecorder("out.wav");
+    auto const pServer =
+        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
+    WaitForFrames(*pFirst, 20000);
+    pFirst->Signal(SIGKILL);
+    EXPECT_EQ(pFirst->WaitExit(30000), 128 + SIGKILL);
+    WaitFor(*pHelper, "recorder-gone");
+    EXPECT_FALSE(oRoles.Has("out.wav")) << "half a recording has the whole one's name";
+
+    auto const pSecond = oRoles.StartRecorder("out.wav"); // under the same name: the first one's part is kept
+    EXPECT_TRUE(oRoles.Has("out.wav.left-1.part"));
+    WaitForFrames(*pSecond, 1000);
+    FinishBoth(*pServer, *pSecond, true);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", kAnywhere, kAnyNumber), "");
+}
+
+TEST(Roles, AKilledHelperCostsNoAudioAndTheNextOneIsToldOfTheRecorder) {
+    Roles oRoles;
+    auto pHelper = oRoles.StartHelper();
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    auto const pServer =
+        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
+    WaitForFrames(*pRecorder, 10000);
+    pHelper->Signal(SIGKILL);
+    WaitFor(*pRecorder, "unregistered");
+    EXPECT_EQ(pHelper->WaitExit(30000), 128 + SIGKILL);
+    pHelper = oRoles.StartHelper();
+    WaitFor(*pHelper, "recorder");
+    WaitFor(*pRecorder, "registered");
+    FinishBoth(*pServer, *pRecorder);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kSixSeconds), "");
+}
+
+TEST(Roles, ASecondHelperSaysSoAndLeavesTheFirstAlone) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    Ended const oSecond = oRoles.Run({"helper"});
+    EXPECT_EQ(oSecond.nStatus, 5);
+    EXPECT_THAT(oSecond.szErrors, HasSubstr("another helper serves com.tarnwicksoftware.Lumora.VadHelper"));
+    oRoles.StartRecorder("out.wav"); // registers with the first
+}
+
+TEST(Roles, AHelperRefusesAServiceFolderThatOthersCanWriteTo) {
+    Roles oRoles;
+    std::filesystem::create_directory(oRoles / "mach-services");
+    std::filesystem::permissions(oRoles / "mach-services", std::filesystem::perms::all);
+    Ended const oEnded = oRoles.Run({"helper"});
+    EXPECT_EQ(oEnded.nStatus, 5);
+    EXPECT_THAT(oEnded.szErrors, HasSubstr("mach-services"));
+}
+
+TEST(Roles, HostileFramesDisturbNobody) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    auto const pServer =
+        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
+    WaitForFrames(*pRecorder, 10000);
+
+    std::string const szSocket = oRoles.ServiceFolder() + "/mach-services/com.tarnwicksoftware.Lumora.VadHelper";
+    std::mt19937 oRandom(1);
+    for (size_t const nSize : {0, 1, 3, 4, 15, 16, 17, 31, 32, 64, 1000, 60000, 150000})
+        for (int n = 0; n < 8; ++n) {
+            std::vector<unsigned char> arPacket(nSize);
+            for (unsigned char& nByte : arPacket)
+                nByte = static_cast<unsigned char>(n == 0 ? 0 : n == 1 ? 0xFF : oRandom());
+            Knock(szSocket, arPacket, 4);
+        }
+    FinishBoth(*pServer, *pRecorder);
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kSixSeconds), "");
+    auto const pNext = oRoles.StartRecorder("next.wav"); // the helper still serves
+    pHelper->Signal(SIGTERM);
+    EXPECT_EQ(pHelper->WaitExit(30000), 0);
+}
+
+TEST(Roles, ParentsThatVanishAreTheSameAsBeingToldToStop) {
+    Roles oRoles;
+    auto const pHelper = oRoles.StartHelper();
+    auto const pRecorder = oRoles.StartRecorder("out.wav");
+    auto const pServer =
+        oRoles.StartServer({"--wait-for-recorder", "20", oRoles.MakeInput("in.wav", 10 * kSixSeconds)});
+    WaitForFrames(*pRecorder, 1000);
+    for (RoleProcess* const pRole : {pServer.get(), pRecorder.get(), pHelper.get()}) {
+        pRole->CloseControl();
+        EXPECT_EQ(pRole->WaitExit(30000), 0);
+    }
+    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kAnyNumber), "");
+}
