@@ -12,7 +12,7 @@
 // travels in whole percent (rounded down), from 0 upward; less than nothing counts as nothing.
 //
 // A class derived from this one calls StopThreadNow first thing in its destructor, as with LThread.
-class LThreadNotifyInterface : public LThread, private LQueuedNotifyDataHandler {
+class LThreadNotifyInterface : public LThread, public LQueuedNotifyDataHandler {
 public:
     // The target outlives this object, or the call of QueuedNotifyDataHandlerDestroy; not owned.
     explicit LThreadNotifyInterface(LProcessInterface& oTarget);
@@ -24,8 +24,6 @@ public:
     void SetProgress(double fFraction) override;
     void SetProgressIndeterminateOn() override;
     void SetProgressIndeterminateOff() override;
-
-    using LQueuedNotifyDataHandler::QueuedNotifyDataHandlerDestroy;
 
     void EvQueuedNotifyData(unsigned int nCode, void const* pData, unsigned long nLength) override;
 

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr int kMaxAttempts = 100; // to get a file that lasts; who keeps deleting it is a holder
+
 // The length of the path without its extension. A "." that begins the path begins no extension.
 std::size_t LengthWithoutExtension(char const* szPath) noexcept {
     std::size_t const nLength = std::strlen(szPath);
@@ -26,14 +28,17 @@ bool LLockFile::Lock(char const* szPath) noexcept {
     LFixedWriter oPath(szLockPath);
     if (oPath.Add(szPath, LengthWithoutExtension(szPath)).Add(".lck").WasCut())
         return true; // a shorter path would be another file's
-    do {
-        fd.Reset(open(szLockPath, O_RDWR | O_CREAT | O_TRUNC | O_EXLOCK | O_NONBLOCK, 0777));
+    for (int n = 0; n < kMaxAttempts; ++n) {
+        // Closed on exec: a program that we start would hold the lock after us.
+        fd.Reset(open(szLockPath, O_RDWR | O_CREAT | O_TRUNC | O_EXLOCK | O_NONBLOCK | O_CLOEXEC, 0777));
         if (!fd.IsOpen())
             return errno != EWOULDBLOCK;
-    } while (
-        !IsStillMine()); // its last holder deleted it between our open and our lock: nobody else would meet us there
-    fcntl(fd.Get(), F_SETFD, FD_CLOEXEC); // or a program that we start would hold the lock after us
-    return true;
+        if (IsStillMine())
+            return true;
+        // Its last holder deleted it between our open and our lock: nobody would meet us there.
+    }
+    fd.Reset();
+    return false;
 }
 
 void LLockFile::Release() noexcept {

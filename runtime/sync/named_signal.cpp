@@ -62,9 +62,9 @@ void SetFlags(int hSocket) noexcept {
 LSignalName::LSignalName(char const* szName) noexcept {
     LFixedWriter oPath(szPath);
     AddHomeFolder(oPath);
-    bool const bHasHome = oPath.Length() > 0;
+    nHomeLength = oPath.Length();
     oPath.Add("/Library/Application Support/").Add(szName);
-    if (!bHasHome || oPath.WasCut() || !StaysBelow(szName)) {
+    if (nHomeLength == 0 || oPath.WasCut() || !StaysBelow(szName)) {
         szPath[0] = '\0';
         return;
     }
@@ -75,7 +75,7 @@ LSignalName::LSignalName(char const* szName) noexcept {
 bool LSignalName::MakeFolder() const noexcept {
     char szFolder[sizeof szPath];
     std::memcpy(szFolder, szPath, sizeof szPath);
-    for (char* pSlash = std::strchr(szFolder + 1, '/'); pSlash; pSlash = std::strchr(pSlash + 1, '/')) {
+    for (char* pSlash = std::strchr(szFolder + nHomeLength + 1, '/'); pSlash; pSlash = std::strchr(pSlash + 1, '/')) {
         *pSlash = '\0';
         if (mkdir(szFolder, 0777) != 0 && errno != EEXIST)
             return false;
@@ -114,8 +114,10 @@ LSignalObjectNamedWaiter::LSignalObjectNamedWaiter(char const* szName) noexcept 
     if (!oName.IsValid() || !oName.MakeFolder())
         return;
     LFileDescriptor hSocket = LSignalName::MakeSocket();
+    if (!hSocket.IsOpen())
+        return;
     unlink(oName.GetPath());
-    if (!hSocket.IsOpen() || !oName.Bind(hSocket.Get()))
+    if (!oName.Bind(hSocket.Get()))
         return;
     struct stat oFile;
     if (listen(hSocket.Get(), kBacklog) != 0 || stat(oName.GetPath(), &oFile) != 0)

@@ -22,7 +22,7 @@ public:
     bool IsValid() const noexcept { return szPath[0] != '\0'; }
     char const* GetPath() const noexcept { return szPath; } // "" when not valid
 
-    // Makes the folders that are missing. False when one can't be made.
+    // Makes the folders below the home folder that are missing. False when one can't be made.
     bool MakeFolder() const noexcept;
 
     bool Bind(int hSocket) const noexcept;
@@ -36,6 +36,7 @@ public:
 
 private:
     sockaddr_un oAddress{};
+    std::size_t nHomeLength = 0;
     char szPath[kMaxPath + 1] = ""; // the same with the NUL that an address may lack
 };
 

@@ -86,8 +86,12 @@ bool LSystemLockMutex::Lock(LProcessInterface& oProcess) {
 }
 
 void LSystemLockMutex::Unlock() noexcept {
-    bool const bFree = semctl(nSemId, 0, GETVAL) > 0 && semctl(nSemId, 0, GETPID) == getpid();
-    if (bFree || Operate(nSemId, +1, 0) != 0)
+    // Of a held semaphore the value is 0: one call sees to that and gives it back.
+    sembuf arHeldToFree[] = {{0, 0, IPC_NOWAIT}, {0, +1, IPC_NOWAIT | SEM_UNDO}};
+    if (semop(nSemId, arHeldToFree, 2) == 0)
+        return;
+    bool const bFreedByUs = errno == EAGAIN && semctl(nSemId, 0, GETPID) == getpid();
+    if (bFreedByUs || Operate(nSemId, +1, 0) != 0)
         RemoveSemaphore();
 }
 

@@ -40,9 +40,10 @@ bool LThread::ProcessWait(unsigned int nTimeout) {
 }
 
 LWaitResult LThread::ProcessWaitSignal(LSignalObjectRef oSignal, unsigned int nTimeout) {
-    if (!oStop.WaitSignalDual(oSignal, nTimeout))
+    pollfd arEntries[] = {{oSignal.GetReadEnd(), POLLIN, 0}, {oStop.GetReadEnd(), POLLIN, 0}};
+    if (!LPoll(arEntries, 2, nTimeout))
         return eWaitTimeout;
-    return oStop.IsSignaled() ? eWaitStopped : eWaitSignaled;
+    return (arEntries[1].revents & POLLIN) ? eWaitStopped : eWaitSignaled;
 }
 
 LWaitResult LThread::ProcessWaitSignalObjectGroup(LSignalObjectGroup& oGroup, unsigned int nTimeout) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstring>
 #include <pthread.h>
 #include <sys/resource.h>
@@ -50,6 +51,12 @@ TEST(ProcessRun, HandsTheExitStatusBack) {
     };
     for (auto const& oRow : arRows)
         EXPECT_EQ(RunCommand(oRow.szCommand), oRow.oExpected) << (oRow.szCommand ? oRow.szCommand : "null");
+}
+
+TEST(ProcessRun, StatusThatIgnoredChildrenDontLeaveIsNotAFailure) {
+    auto const pBefore = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(RunCommand("exit 3"), Result(0, -1));
+    std::signal(SIGCHLD, pBefore);
 }
 
 TEST(ProcessRun, ReportsACommandThatCantBeRun) {
