@@ -1,6 +1,7 @@
 // What the platform's tests wait with: a condition and a deadline, never a nap.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -22,6 +23,13 @@ public:
         std::unique_lock oLock(mtx);
         cvAdded.wait_for(oLock, std::chrono::seconds(10), [&] { return lItems.size() >= nCount; });
         return lItems;
+    }
+
+    // Once the item is among them, or after ten seconds.
+    void WaitForWord(T const& oItem) {
+        std::unique_lock oLock(mtx);
+        cvAdded.wait_for(oLock, std::chrono::seconds(10),
+                         [&] { return std::find(lItems.begin(), lItems.end(), oItem) != lItems.end(); });
     }
 
     std::vector<T> Now() { return WaitFor(0); }

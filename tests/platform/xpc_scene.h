@@ -1,6 +1,7 @@
 // The cast of an XPC test: connections that note what happens to them, a listener with its peers, a folder of names.
 #pragma once
 
+#include "platform/testing/quiesce.h"
 #include "tests/platform/waiting.h"
 
 #include <gtest/gtest.h>
@@ -85,7 +86,8 @@ private:
     std::shared_ptr<WordLog> const pNotes = std::make_shared<WordLog>();
 };
 
-// A listener without name whose peers all run one handler.
+// A listener, without a name unless it is given one, whose peers all run one handler and note what they get. A peer
+// that gets the message "stop" reads no more, until the scope ends; with it all peers end, and their handlers have run.
 class Listener {
 public:
     using PeerHandler = std::function<void(xpc_connection_t pPeer, xpc_object_t pEvent)>;
@@ -93,6 +95,17 @@ public:
     explicit Listener(PeerHandler oHandler = {}, xpc_connection_t pOwned = xpc_connection_create(nullptr, nullptr))
         : oParty(pOwned, [this, oHandler](xpc_object_t pEvent) { Welcome(pEvent, oHandler); }) {
         oParty.Resume();
+    }
+    ~Listener() {
+        xpc_connection_cancel(oParty);
+        oParty.Notes().WaitForWord("invalid"); // no more peers come
+        for (xpc_connection_t const pPeer : oStopped.Now())
+            xpc_connection_resume(pPeer);
+        for (xpc_connection_t const pPeer : oPeers.Now()) {
+            xpc_connection_cancel(pPeer);
+            xpc_release(pPeer);
+        }
+        PlatformQuiesce();
     }
 
     // A connection to it, not resumed yet.
@@ -103,47 +116,32 @@ public:
         return pCaller;
     }
     Party& AsParty() { return oParty; }
-    WordLog& PeerNotes() { return *pPeerNotes; }
+    WordLog& PeerNotes() { return oPeerNotes; }
+    // The first peer that was stopped.
+    xpc_connection_t StoppedPeer() { return oStopped.WaitFor(1).at(0); }
 
 private:
     void Welcome(xpc_object_t pEvent, PeerHandler const& oHandler) {
         if (xpc_get_type(pEvent) != XPC_TYPE_CONNECTION)
             return;
-        auto const pPeer = static_cast<xpc_connection_t>(pEvent);
-        xpc_connection_set_event_handler(pPeer, [pPeer, oHandler, pNotes = pPeerNotes](xpc_object_t pOfPeer) {
+        auto const pPeer = static_cast<xpc_connection_t>(xpc_retain(pEvent));
+        oPeers.Add(pPeer);
+        xpc_connection_set_event_handler(pPeer, [this, pPeer, oHandler](xpc_object_t pOfPeer) {
+            std::string const szWord = WordFor(pOfPeer);
+            if (szWord == "stop") {
+                xpc_connection_suspend(pPeer);
+                oStopped.Add(pPeer);
+            }
             if (oHandler)
                 oHandler(pPeer, pOfPeer);
-            pNotes->Add(WordFor(pOfPeer));
+            oPeerNotes.Add(szWord);
         });
         xpc_connection_resume(pPeer);
     }
 
-    std::shared_ptr<WordLog> const pPeerNotes = std::make_shared<WordLog>();
+    WordLog oPeerNotes;
+    Log<xpc_connection_t> oPeers, oStopped;
     Party oParty;
-};
-
-// Peers that stop reading when told so, until the scope ends. Declared before the listener whose peers they are.
-class Stopper {
-public:
-    ~Stopper() {
-        for (xpc_connection_t const pPeer : oStopped.Now()) {
-            xpc_connection_resume(pPeer);
-            xpc_release(pPeer);
-        }
-    }
-    // A listener's PeerHandler: the message "stop" is the last that a peer reads.
-    void operator()(xpc_connection_t pPeer, xpc_object_t pEvent) {
-        if (WordFor(pEvent) != "stop")
-            return;
-        xpc_connection_suspend(pPeer);
-        xpc_retain(pPeer);
-        oStopped.Add(pPeer);
-    }
-    // Once one has stopped.
-    xpc_connection_t Wait() { return oStopped.WaitFor(1).at(0); }
-
-private:
-    Log<xpc_connection_t> oStopped;
 };
 
 // Sends an answer with this text to a message that wants one.
