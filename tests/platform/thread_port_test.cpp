@@ -4,7 +4,6 @@
 
 #include <mach/mach.h>
 
-#include <cerrno>
 #include <pthread.h>
 #include <thread>
 
@@ -34,25 +33,9 @@ TEST(ThreadPort, OutlivesItsThreadWhileItIsHeld) {
     EXPECT_EQ(PlatformThreadPortReferences(), 0);
 }
 
-TEST(ThreadPort, PoliciesAndPrioritiesOutOfRangeAreRefused) {
+TEST(ThreadPort, PoliciesOutOfRangeAreRefused) {
     mach_port_t const nSelf = pthread_mach_thread_np(pthread_self());
     EXPECT_EQ(SetPolicy(nSelf, {0, 49'999, 2'000'000, 1}), KERN_INVALID_ARGUMENT);
     EXPECT_EQ(SetPolicy(nSelf, {0, 50'000'001, 60'000'000, 1}), KERN_INVALID_ARGUMENT);
     EXPECT_EQ(SetPolicy(nSelf, {0, 2'000'000, 1'999'999, 1}), KERN_INVALID_ARGUMENT);
-    for (int nPriority : {-1, 128, 1'000}) {
-        sched_param oParameters{};
-        oParameters.sched_priority = nPriority;
-        EXPECT_EQ(pthread_setschedparam(pthread_self(), SCHED_OTHER, &oParameters), EINVAL) << nPriority;
-    }
-    thread_time_constraint_policy oPolicy;
-    mach_msg_type_number_t nCount = THREAD_TIME_CONSTRAINT_POLICY_COUNT - 1;
-    boolean_t bDefault = 1;
-    EXPECT_EQ(thread_policy_get(nSelf, THREAD_TIME_CONSTRAINT_POLICY, reinterpret_cast<thread_policy_t>(&oPolicy),
-                                &nCount, &bDefault),
-              KERN_INVALID_ARGUMENT);
-}
-
-TEST(ThreadPort, MainThreadIsTheOneThatRunsMain) {
-    EXPECT_NE(pthread_main_np(), 0);
-    std::thread([] { EXPECT_EQ(pthread_main_np(), 0); }).join();
 }

@@ -25,16 +25,13 @@ public:
     MOCK_METHOD(void, SetProgressIndeterminateOff, (), (override));
 };
 
-using testing::_;
-using testing::Ref;
-using testing::Return;
-using testing::StrEq;
-
 } // namespace
 
 TEST(ProcessInterfaceNested, PassesAllButIndeterminateProgress) {
-    testing::StrictMock<Parent> oParent;
+    using namespace testing;
+    StrictMock<Parent> oParent;
     LProcessInterfaceNested oNested(oParent);
+    LProcessInterface& oProcess = oNested;
     LSignalObject oSignal;
     LSignalObjectGroup oGroup;
     EXPECT_CALL(oParent, IsToStop).WillOnce(Return(true));
@@ -47,12 +44,9 @@ TEST(ProcessInterfaceNested, PassesAllButIndeterminateProgress) {
     EXPECT_CALL(oParent, SetError(StrEq("no")));
     EXPECT_CALL(oParent, SetStatus(StrEq("busy 1"), 1));
     EXPECT_CALL(oParent, SetProgress(0.5));
-    LProcessInterface& oProcess = oNested;
-    EXPECT_TRUE(oProcess.IsToStop());
-    EXPECT_TRUE(oProcess.ProcessWait(7));
+    EXPECT_TRUE(oProcess.IsToStop() && oProcess.ProcessWait(7) && oProcess.ProcessWaitUntilStopped());
     EXPECT_EQ(oProcess.ProcessWaitSignal(oSignal, 8), eWaitStopped);
     EXPECT_EQ(oProcess.ProcessWaitSignalObjectGroup(oGroup, 9), eWaitTimeout);
-    EXPECT_TRUE(oProcess.ProcessWaitUntilStopped());
     EXPECT_EQ(oProcess.ProcessWaitSignalForever(oSignal), eWaitStopped);
     EXPECT_EQ(oProcess.ProcessWaitSignalObjectGroupForever(oGroup), eWaitTimeout);
     oProcess.SetErrorF("%s", "no");
@@ -65,8 +59,8 @@ TEST(ProcessInterfaceNested, PassesAllButIndeterminateProgress) {
 TEST(ProcessInterface, FormattedReportsAreCutTo8191Bytes) {
     testing::StrictMock<Parent> oParent;
     std::string const szLong(10'000, 'x'), szCut(8'191, 'x');
-    EXPECT_CALL(oParent, SetError(StrEq(szCut)));
-    EXPECT_CALL(oParent, SetStatus(StrEq(szCut), 0));
+    EXPECT_CALL(oParent, SetError(testing::StrEq(szCut)));
+    EXPECT_CALL(oParent, SetStatus(testing::StrEq(szCut), 0));
     oParent.SetErrorF("%s", szLong.c_str());
     oParent.SetStatusF(0, "%s", szLong.c_str());
 }
