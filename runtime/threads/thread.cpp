@@ -82,6 +82,7 @@ int LThread::CreateThread(int nWantedPriority, void* (*pEntry)(void*)) noexcept 
     if (nError != 0) {
         bRunning = false;
         hThread = pthread_t();
+        oEnded.Signal(); // nobody is to wait for a run that does not come
         return nError;
     }
     // Not a wait that a stop request ends: a thread that has not told yet must not look like one that never ran, or the

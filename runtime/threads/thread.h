@@ -51,12 +51,13 @@ public:
     // Requests a stop and returns at once. Also from the thread itself.
     void StopThreadSoon() noexcept { oStop.Signal(); }
 
-    // Requests a stop and waits until the body has returned.
+    // Requests a stop and waits until the body has returned. Not while another thread may Start it again: the wait
+    // would be for the end of that run.
     void StopThreadNow() noexcept;
 
     bool IsRunning() noexcept;
 
-    // Signalled from the end of a run until the next Start.
+    // Signalled from the end of a run, or from a Start that made no thread, until the next Start.
     LSignalObjectRef GetEnded() const noexcept { return oEnded; }
 
     // What the new thread runs around the body, and the entry that leads there (its argument is the LThread).

@@ -181,7 +181,8 @@ TEST(Thread, OneThatCantBeMadeCanBeStartedLater) {
         NoMoreThreads const oNone;
         oWorker.Start(31);
         EXPECT_FALSE(oWorker.IsRunning());
-        oWorker.StopThreadNow(); // waits for nothing
+        EXPECT_TRUE(oWorker.GetEnded().WaitSignal(kLNoTimeout)) << "no run to wait for";
+        oWorker.StopThreadNow();
     }
     oWorker.Start(31);
     oWorker.StopThreadNow();
@@ -200,9 +201,9 @@ TEST(Thread, RestartsWhileOthersStopIt) {
         });
         std::vector<std::thread> lStoppers;
         for (int n = 0; n < 2; ++n)
-            lStoppers.emplace_back([&, n] {
+            lStoppers.emplace_back([&] {
                 while (!bDone)
-                    n == 0 ? oWorker.StopThreadSoon() : oWorker.StopThreadNow();
+                    oWorker.StopThreadSoon();
             });
         for (int n = 0; n < 1'000; ++n) {
             oWorker.Start(31);
