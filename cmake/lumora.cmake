@@ -19,6 +19,8 @@ set(LUMORA_SANITIZE "" CACHE STRING "Value of -fsanitize= for the whole build, o
 add_library(lumora_flags INTERFACE)
 target_compile_options(lumora_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wno-multichar -Werror)
+# "Unique" symbols, which the library's headers make (make_shared's tag is one), would keep the bundle from unloading.
+target_compile_options(lumora_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 if(LUMORA_SANITIZE)
   target_compile_options(lumora_flags INTERFACE
       -fsanitize=${LUMORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
