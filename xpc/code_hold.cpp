@@ -2,11 +2,15 @@
 
 #include "base/mutex.h"
 
+#include <cstdint>
+#include <utility>
+
 namespace {
 
 constinit LMutex mtxHolds;
 constinit LCondition oHoldEnded;
 unsigned long nHolds GUARDED_BY(mtxHolds) = 0;
+dispatch_group_t pConnections GUARDED_BY(mtxHolds) = nullptr; // entered once for each covered connection
 
 timespec InstantFromNow(unsigned nTimeout_ms) {
     timespec oInstant{};
@@ -33,11 +37,32 @@ LXPCCodeHold::~LXPCCodeHold() {
         oHoldEnded.WakeAll();
 }
 
+void LXPCCodeHold::Cover(xpc_connection_t pConnection) noexcept {
+    LScopedLock const oLock(mtxHolds);
+    if (!pConnections)
+        pConnections = dispatch_group_create();
+    dispatch_group_enter(pConnections);
+    xpc_connection_set_context(pConnection, pConnections);
+    // Not a function of ours that calls this one: it would be the code that must not be running any more.
+    xpc_connection_set_finalizer_f(pConnection, reinterpret_cast<xpc_finalizer_t>(dispatch_group_leave));
+}
+
 bool LXPCCodeHold::WaitForNone(unsigned nTimeout_ms) noexcept {
     timespec const oEnd = InstantFromNow(nTimeout_ms);
-    LScopedLock const oLock(mtxHolds);
-    while (nHolds != 0)
-        if (!oHoldEnded.WaitUntil(mtxHolds, oEnd))
-            return nHolds == 0;
-    return true;
+    dispatch_group_t pWaiting = nullptr;
+    {
+        LScopedLock const oLock(mtxHolds);
+        while (nHolds != 0)
+            if (!oHoldEnded.WaitUntil(mtxHolds, oEnd))
+                break;
+        if (nHolds != 0)
+            return false;
+        pWaiting = std::exchange(pConnections, nullptr); // entered, it keeps itself
+    }
+    if (!pWaiting)
+        return true;
+    auto const nUntil = dispatch_time(DISPATCH_TIME_NOW, std::int64_t{nTimeout_ms} * 1000000);
+    bool const bNone = dispatch_group_wait(pWaiting, nUntil) == 0;
+    dispatch_release(pWaiting);
+    return bNone;
 }

@@ -1,9 +1,15 @@
-// Counts what the platform still holds of this library's code.
+// What the platform still holds of this library's code.
 #pragma once
 
-// A handler that has been given to the platform may be called, and is destroyed, later and elsewhere: behind a
-// cancelled connection a last error and late notices still come. Before the code goes away (the bundle is unloaded) all
-// handlers must be gone. Each captures a counted hold; the last copy's end ends the hold. Any thread.
+#include <xpc/xpc.h>
+
+// A handler that has been given to the platform is called, and destroyed, later and on a thread of the platform's:
+// behind a cancelled connection a last error and late notices still come. Before the code goes away (the bundle is
+// unloaded) all of them must be gone, and the threads that ran them must be out of the code. Any thread.
+//
+// A connection that is covered counts until the platform frees it, which is after it has destroyed its handlers; it is
+// the platform's own code that then counts it out, so nobody is in this code any more. An LXPCCodeHold is for what the
+// handlers share: the platform may hand a reply's handler to another thread, where it outlives its connection.
 class LXPCCodeHold {
 public:
     LXPCCodeHold() noexcept;
@@ -11,6 +17,10 @@ public:
     LXPCCodeHold(LXPCCodeHold const&) = delete;
     LXPCCodeHold& operator=(LXPCCodeHold const&) = delete;
 
-    // Waits until there is no hold, at most `nTimeout_ms` milliseconds: true when there is none. Not from a handler.
+    // Counts the connection from now until it is freed. Takes its context and its finalizer.
+    static void Cover(xpc_connection_t pConnection) noexcept;
+
+    // Waits until there is neither hold nor covered connection, at most `nTimeout_ms` milliseconds for each: true when
+    // there is none. Not from a handler.
     static bool WaitForNone(unsigned nTimeout_ms) noexcept;
 };

@@ -3,9 +3,6 @@
 #include "xpc/code_hold.h"
 #include "xpc/data.h"
 
-#include <memory>
-#include <new>
-
 LXPCConnection::~LXPCConnection() {
     Destroy();
 }
@@ -17,6 +14,7 @@ xpc_connection_t LXPCConnection::Handle() const noexcept {
 void LXPCConnection::Adopt(xpc_connection_t pCounted) noexcept {
     hConnection = LXPCValue(pCounted);
     nRetainCount = 1;
+    LXPCCodeHold::Cover(pCounted);
 }
 
 void LXPCConnection::Resume() noexcept {
@@ -46,15 +44,11 @@ void LXPCConnection::Release() noexcept {
         hConnection = kEmpty;
 }
 
-void LXPCConnection::Cancel() noexcept try {
+void LXPCConnection::Cancel() noexcept {
     if (!IsValid())
         return;
-    // The platform calls this handler once more, later: until then the code may not go away.
-    auto const pHold = std::make_shared<LXPCCodeHold>();
-    xpc_connection_set_event_handler(Handle(), [pHold](xpc_object_t) {});
+    xpc_connection_set_event_handler(Handle(), [](xpc_object_t) {});
     xpc_connection_cancel(Handle());
-} catch (std::bad_alloc const&) {
-    xpc_connection_cancel(Handle()); // ended all the same; the handler before it then reports that
 }
 
 void LXPCConnection::Destroy() noexcept {
