@@ -25,7 +25,9 @@ bool EqualButForCase(char const* szLeft, char const* szRight) {
 } // namespace
 
 bool LXPCConnectionClient::Matches(char const* szOtherName, unsigned long nOtherInstance) const noexcept {
-    return nInstance == nOtherInstance && szOtherName && EqualButForCase(szName, szOtherName);
+    return nInstance == nOtherInstance && szOtherName &&
+           (std::strcmp(szName, szOtherName) == 0 ||
+            EqualButForCase(szName, szOtherName)); // the audio thread's is equal
 }
 
 LXPCClient::~LXPCClient() {

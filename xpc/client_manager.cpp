@@ -8,10 +8,11 @@ constinit LImmortal<LList<LXPCClientListable>> LXPCClientManager::lLeaving;
 constinit long LXPCClientManager::nClientCount = 0;
 
 int LXPCClientManager::Create(LXPCClientEventNotify* pSink) noexcept try {
+    auto pClient = std::make_unique<LXPCClientListable>(pSink);
     LScopedLock const oLock(mtxClients);
-    int const nId = static_cast<int>(nClientCount + 1);
-    lClients->Insert(std::make_unique<LXPCClientListable>(pSink, nId));
-    ++nClientCount;
+    int const nId = static_cast<int>(++nClientCount);
+    pClient->nClientId = nId;
+    lClients->Insert(std::move(pClient));
     return nId;
 } catch (std::exception const&) {
     return 0;

@@ -8,9 +8,9 @@
 // A client under its number.
 class LXPCClientListable : public LXPCClient {
 public:
-    LXPCClientListable(LXPCClientEventNotify* pSink, int nId) : LXPCClient(pSink), nClientId(nId) {}
+    using LXPCClient::LXPCClient;
 
-    int const nClientId;
+    int nClientId = 0; // given with the place in the list
     LXPCClientListable* pNext = nullptr;
 };
 
