@@ -2,6 +2,7 @@
 
 #include "xpc/client_manager.h"
 #include "xpc/helperlink/helper_keys.h"
+#include "xpc/helperlink/vad_plugin_exports.h"
 
 #include <cstring>
 #include <new>
@@ -11,15 +12,15 @@ LVADPluginXPCClient* LVADPluginXPCClient::GetInstance() noexcept {
     return &*oInstance;
 }
 
+// The keys come before the connection, whose first message may be here before the next line runs, and before the ID,
+// by which other threads send.
 void LVADPluginXPCClient::Connect() noexcept {
     int const nId = LXPCClientManager::Create(this);
-    nClientId = nId;
-    LXPCClient* const pClient = LXPCClientManager::GetClient(nId);
-    if (!pClient || !pClient->Connect(kVADHelperService, kVADHelperInstance, true))
-        return;
     LXPCClientManager::AddKeys(nId, arVADHelperTxKeys, false);
     LXPCClientManager::AddKeys(nId, arVADHelperRxKeys, true);
-    RequestEndPoint();
+    nClientId = nId;
+    if (LXPCClientManager::Connect(nId, kVADHelperService, kVADHelperInstance, true))
+        RequestEndPoint();
 }
 
 void LVADPluginXPCClient::RequestEndPoint() noexcept {
@@ -108,4 +109,21 @@ LXPCObject LVADPluginXPCClient::CopyEndPoint() noexcept {
 
 void LVADPluginXPCClient::ForgetEndPoint() noexcept {
     SetEndPoint(nullptr);
+}
+
+// Here and not in a file of their own: nothing calls them, so out of an archive that file would not be linked.
+void LVADPluginConnectToXPCService(void) {
+    LVADPluginXPCClient::GetInstance()->Connect();
+}
+void LVADPluginConnectToApp(void) {
+    LVADPluginXPCClient::GetInstance()->ConnectToApp();
+}
+bool LVADServerIsConnectionValid(void) {
+    return LVADPluginXPCClient::GetInstance()->IsAppConnected();
+}
+void LVADSendAudioData(void* pData, int nByteCount) {
+    LVADPluginXPCClient::GetInstance()->SendAudioData(pData, nByteCount);
+}
+void LVADSendVolumeChanged(double dVolume) {
+    LVADPluginXPCClient::GetInstance()->SendVolumeChanged(dVolume);
 }
