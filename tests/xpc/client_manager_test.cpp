@@ -1,0 +1,155 @@
+#include "xpc/client_manager.h"
+
+#include "tests/xpc/xpc_pair.h"
+
+#include <thread>
+
+namespace {
+
+// Around everything else of a test: the end waits for all handlers, those of the pair included.
+struct LoadedRegistry {
+    LoadedRegistry() {
+        LXPCClientManager::StartList();
+        LXPCClientManager::StartMutex();
+    }
+    ~LoadedRegistry() {
+        LXPCClientManager::EndMutex();
+        LXPCClientManager::EndList();
+    }
+    RecordingSink oSink;
+};
+
+struct RegistryTest : LoadedRegistry, XPCPair {
+    // A registered client that is joined to the server.
+    int NewJoined(LXPCClientEventNotify* pSink) {
+        static LXPCDictionaryKey const arKeys[] = {{"n", LXPCDataType_Int64}, {}, {"text", LXPCDataType_String}};
+        if (!oEndPoint)
+            oEndPoint = LXPCObject(oServer.CreateEndPoint("Peer", 7));
+        int const nId = LXPCClientManager::Create(pSink);
+        LXPCClientManager::AddKeys(nId, arKeys, true);
+        LXPCClientManager::AddKeys(nId, arKeys, false);
+        EXPECT_TRUE(LXPCClientManager::ConnectEndPoint(nId, "Server", 1, oEndPoint.Get()));
+        return nId;
+    }
+    static void SendById(int nId, long nNumber) {
+        LList<LXPCDataListable> lItems;
+        lItems.Insert(std::make_unique<LXPCDataListable>("n", LXPCDataType_None, nNumber));
+        LXPCClientManager::SendMessage(nId, "Server", 1, lItems, false);
+    }
+};
+
+} // namespace
+
+TEST_F(RegistryTest, NumbersClientsFromOneAndAgainOnlyAfterDestroyAll) {
+    EXPECT_EQ(LXPCClientManager::Create(&oSink), 1);
+    EXPECT_EQ(LXPCClientManager::Create(&oSink), 2);
+    LXPCClientManager::Destroy(2);
+    LXPCClientManager::Destroy(2);
+    EXPECT_FALSE(oSink.bEnabled);
+    EXPECT_EQ(LXPCClientManager::Create(&oSink), 3);
+    EXPECT_EQ(LXPCClientManager::GetClient(0), nullptr);
+    EXPECT_EQ(LXPCClientManager::GetClient(2), nullptr);
+    EXPECT_NE(LXPCClientManager::GetClient(3), nullptr);
+    LXPCClientManager::DestroyAll();
+    EXPECT_EQ(LXPCClientManager::GetClient(1), nullptr);
+    EXPECT_EQ(LXPCClientManager::Create(&oSink), 1);
+}
+
+TEST_F(RegistryTest, ForwardsToTheClientAndIgnoresUnknownIds) {
+    int const nId = NewJoined(&oSink);
+    for (int const n : {0, -1, nId + 1}) {
+        EXPECT_FALSE(LXPCClientManager::Connect(n, "Server", 2, true));
+        EXPECT_FALSE(LXPCClientManager::ConnectEndPoint(n, "Server", 2, oEndPoint.Get()));
+        EXPECT_EQ(LXPCClientManager::CreateEndPoint(n, "Server", 2), nullptr);
+        EXPECT_FALSE(LXPCClientManager::IsConnectionValid(n, "Server", 1));
+        LXPCClientManager::Disconnect(n, "Server", 1);
+        LXPCClientManager::Suspend(n, "Server", 1);
+        LXPCClientManager::Resume(n, "Server", 1);
+        LXPCClientManager::AddKey(n, "n", LXPCDataType_Bool, false);
+        SendById(n, 1);
+    }
+    LXPCClientManager::Suspend(nId, "Server", 1);
+    SendById(nId, 2);
+    LXPCClientManager::Resume(nId, "Server", 1);
+    ASSERT_TRUE(oServerSink.WaitFor(SinkEvent::Message, 1));
+    EXPECT_EQ(oServerSink.All(SinkEvent::Message)[0].Names(), "n"); // AddKeys stopped at the empty name
+    EXPECT_EQ(oServerSink.All(SinkEvent::Message)[0].lItems[0].nValue, 2);
+    LXPCObject const oOwn(LXPCClientManager::CreateEndPoint(nId, "Guest", 1));
+    EXPECT_TRUE(oOwn);
+    EXPECT_TRUE(LXPCClientManager::IsConnectionValid(nId, "anonymousconnection", 0));
+    LXPCClientManager::Disconnect(nId, "Server", 1);
+    EXPECT_FALSE(LXPCClientManager::IsConnectionValid(nId, "Server", 1));
+}
+
+// A sink that uses the registry while its client is being destroyed: no deadlock, and no call after the return.
+TEST_F(RegistryTest, DestructionWaitsForSinksThatUseTheRegistry) {
+    for (int n = 0; n < 60; ++n) {
+        auto pSink = std::make_unique<RecordingSink>();
+        std::atomic<int> nId = 0;
+        std::atomic<bool> bGone = false, bCalledAfter = false;
+        pSink->SetInside([&](SinkEvent const& oEvent) {
+            if (oEvent.nKind == SinkEvent::Message)
+                SendById(nId, 1);
+            LXPCClientManager::IsConnectionValid(nId, "Server", 1);
+            LXPCClientManager::Destroy(1000000);
+            bCalledAfter = bCalledAfter || bGone;
+        });
+        nId = NewJoined(pSink.get());
+        SendById(nId, 1000 + n);
+        ASSERT_TRUE(oServerSink.WaitForValue(1000 + n)); // so the newest peer is this client
+        for (int nMessage = 0; nMessage < 5; ++nMessage)
+            Send(oServer, "Peer", 7, nMessage);
+        if (n % 2) {
+            ASSERT_TRUE(pSink->WaitFor(SinkEvent::Message, 1));
+        }
+        n % 3 ? LXPCClientManager::Destroy(nId) : LXPCClientManager::DestroyAll();
+        bGone = true;
+        EXPECT_FALSE(bCalledAfter);
+        pSink.reset();
+        oServer.Disconnect("Peer", 7);
+    }
+}
+
+TEST_F(RegistryTest, ASinkMayDestroyItsOwnClient) {
+    for (bool const bAll : {false, true}) {
+        RecordingSink oOwn;
+        std::atomic<int> nId = 0;
+        oOwn.SetInside([&](SinkEvent const& oEvent) {
+            if (oEvent.nKind == SinkEvent::Message)
+                bAll ? LXPCClientManager::DestroyAll() : LXPCClientManager::Destroy(nId);
+        });
+        nId = NewJoined(&oOwn);
+        SendById(nId, 1000 + bAll);
+        ASSERT_TRUE(oServerSink.WaitForValue(1000 + bAll));
+        for (long n = 0; n < 3; ++n)
+            Send(oServer, "Peer", 7, n);
+        ASSERT_TRUE(oOwn.WaitFor(SinkEvent::Message, 1));
+        EXPECT_EQ(LXPCClientManager::GetClient(nId), nullptr);
+        End();
+        EXPECT_EQ(oOwn.Count(SinkEvent::Message), 1u);
+        oEndPoint = LXPCObject();
+    }
+}
+
+TEST_F(RegistryTest, TwoSinksMayDestroyEachOthersClients) {
+    RecordingSink arSinks[2];
+    std::atomic<int> arIds[2] = {0, 0};
+    std::atomic<int> nInside = 0;
+    for (int n : {0, 1}) {
+        arSinks[n].SetInside([&, n](SinkEvent const& oEvent) {
+            if (oEvent.nKind != SinkEvent::Message)
+                return;
+            for (++nInside; nInside < 2;)
+                std::this_thread::yield();
+            LXPCClientManager::Destroy(arIds[1 - n]);
+        });
+        arIds[n] = NewJoined(&arSinks[n]);
+        SendById(arIds[n], 1000 + n);
+        ASSERT_TRUE(oServerSink.WaitForValue(1000 + n));
+        Send(oServer, "Peer", 7, n);
+    }
+    EXPECT_TRUE(arSinks[0].WaitFor(SinkEvent::Message, 1));
+    EXPECT_TRUE(arSinks[1].WaitFor(SinkEvent::Message, 1));
+    EXPECT_EQ(LXPCClientManager::GetClient(arIds[0]), nullptr);
+    EXPECT_EQ(LXPCClientManager::GetClient(arIds[1]), nullptr);
+}
