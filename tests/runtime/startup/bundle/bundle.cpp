@@ -1,0 +1,13 @@
+// What a test wants to see inside the loaded bundle.
+#include "xpc/client_manager.h"
+#include "xpc/helperlink/helper_keys.h"
+
+extern "C" [[gnu::visibility("default")]] LXPCDictionaryKey const* BundleKeys(bool bReceive);
+extern "C" [[gnu::visibility("default")]] int BundleCreateClient(LXPCClientEventNotify* pSink);
+
+LXPCDictionaryKey const* BundleKeys(bool bReceive) {
+    return bReceive ? arVADHelperRxKeys : arVADHelperTxKeys;
+}
+int BundleCreateClient(LXPCClientEventNotify* pSink) {
+    return LXPCClientManager::Create(pSink);
+}
