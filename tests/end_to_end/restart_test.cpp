@@ -138,13 +138,19 @@ TEST(Roles, ASecondHelperSaysSoAndLeavesTheFirstAlone) {
     oRoles.StartRecorder("out.wav"); // registers with the first
 }
 
-TEST(Roles, AHelperRefusesAServiceFolderThatOthersCanWriteTo) {
+TEST(Roles, AServiceFolderThatOthersCanWriteToIsRefusedByAll) {
     Roles oRoles;
     std::filesystem::create_directory(oRoles / "mach-services");
     std::filesystem::permissions(oRoles / "mach-services", std::filesystem::perms::all);
-    Ended const oEnded = oRoles.Run({"helper"});
-    EXPECT_EQ(oEnded.nStatus, 5);
-    EXPECT_THAT(oEnded.szErrors, HasSubstr("mach-services"));
+    for (Roles::Arguments const& lArguments :
+         {Roles::Arguments{"helper"},
+          {"recorder", oRoles / "out.wav"},
+          {"server", "--wait-for-recorder", "5", oRoles.MakeInput("in.wav", 100)}}) {
+        Ended const oEnded = oRoles.Run(lArguments);
+        EXPECT_EQ(oEnded.nStatus, 5) << lArguments[0];
+        EXPECT_THAT(oEnded.szErrors, HasSubstr("mach-services")) << lArguments[0];
+    }
+    EXPECT_FALSE(oRoles.Has("out.wav.part"));
 }
 
 TEST(Roles, HostileFramesDisturbNobody) {

@@ -5,6 +5,8 @@
 #include "tools/roles/recorder_link.h"
 #include "tools/roles/recording_thread.h"
 
+#include "platform/host/services.h"
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +19,7 @@ using namespace std::chrono_literals;
 constexpr int kTick_ms = 100;       // how often the recorder sees to its registration, and reports progress
 constexpr auto kFramePatience = 3s; // without a frame, before "finish FRAMES" gives up
 constexpr auto kGoodbyePatience = 500ms;
+constexpr auto kNotePatience = 2s; // without a helper, before a word about it
 constexpr uint64_t kAllFrames = std::numeric_limits<uint64_t>::max();
 
 class RecorderRun {
@@ -50,8 +53,16 @@ private:
     // Until told to stop; how many frames to keep.
     uint64_t Record() {
         uint64_t nReported = 0;
-        for (;;) {
+        auto const oNote = std::chrono::steady_clock::now() + kNotePatience;
+        for (bool bNoted = false;;) {
             oLink.KeepRegistered();
+            if (!bNoted && std::chrono::steady_clock::now() >= oNote) {
+                bNoted = true;
+                if (!oLink.IsRegistered())
+                    std::fputs(
+                        "lumora recorder: no helper answers yet. Start 'lumora helper'; this one waits for it.\n",
+                        stderr);
+            }
             bool const bStop = oStop.Wait(kTick_ms);
             if (auto const oWhy = oThread.Failed())
                 throw *oWhy;
@@ -95,6 +106,8 @@ private:
 } // namespace
 
 int RunRecorder(RecorderOptions const& oOptions) {
+    if (std::string const szProblem = MachServicesFolderProblem(); !szProblem.empty())
+        throw Failure(ExitCode::Service, szProblem);
     StopSignal oStop(oOptions.nControl);
     return RecorderRun(oOptions, oStop).Run();
 }

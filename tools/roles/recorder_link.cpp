@@ -51,6 +51,11 @@ void RecorderLink::KeepRegistered() {
     Send(LXPCData("NEW_ENDPOINT", LXPCDataType_Object, LXPCValue(oEndPoint.Get())));
 }
 
+bool RecorderLink::IsRegistered() {
+    LScopedLock oLock(mtx);
+    return nState == State::Registered;
+}
+
 void RecorderLink::Unregister(std::chrono::milliseconds nPatience) {
     {
         LScopedLock oLock(mtx);

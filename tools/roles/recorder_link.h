@@ -22,6 +22,8 @@ public:
     // every now and then. Returns at once: the answer comes later, as an event.
     void KeepRegistered() EXCLUDES(mtx);
 
+    bool IsRegistered() EXCLUDES(mtx);
+
     // Takes the endpoint back, and waits at most nPatience for the helper to have heard it.
     void Unregister(std::chrono::milliseconds nPatience) EXCLUDES(mtx);
 

@@ -9,6 +9,7 @@
 #include "tools/roles/server_command.h"
 
 #include "platform/host/clock.h"
+#include "platform/host/services.h"
 
 #include <algorithm>
 #include <chrono>
@@ -101,6 +102,9 @@ private:
 
     // False when told to stop first.
     bool WaitForRecorder() {
+        std::string const szProblem = oOptions.nWaitForRecorder > 0 ? MachServicesFolderProblem() : "";
+        if (!szProblem.empty())
+            throw Failure(ExitCode::Service, szProblem);
         auto const oGiveUp = Clock::now() + std::chrono::duration<double>(oOptions.nWaitForRecorder);
         auto oRetry = Clock::now() + kRetryInterval;
         while (oOptions.nWaitForRecorder > 0 && !oBundle.IsRecorderConnected()) {
