@@ -173,6 +173,8 @@ private:
     // Until the server has played everything, or Ctrl-C.
     void Play() {
         WaitFor(oServer, "started");
+        for (Role* const pRole : arRoles)
+            HearLines(*pRole); // what came in the same breath as the line that was waited for
         while (!bServerFinished) {
             pollfd arPoll[] = {{oStop.SignalDescriptor(), POLLIN, 0},
                                {oServer.oProcess.OutputDescriptor(), POLLIN, 0},
@@ -189,10 +191,14 @@ private:
         }
     }
 
-    void HearFrom(Role& oRole) {
-        bool const bMore = oRole.oProcess.Output().Fill();
+    void HearLines(Role& oRole) {
         while (auto const szLine = oRole.oProcess.Output().Next())
             Hear(EventLine::Parse(*szLine));
+    }
+
+    void HearFrom(Role& oRole) {
+        bool const bMore = oRole.oProcess.Output().Fill();
+        HearLines(oRole);
         if (!bMore) {
             oDisplay.Clear();
             oRole.ThrowEnded();
