@@ -115,7 +115,10 @@ mach_port_t mach_thread_self(void) {
     mach_port_name_t const name = OwnName();
     auto& registry = Registry::Get();
     std::lock_guard const lock(registry.mutex);
-    ++registry.threads.at(name).references;
+    auto const it = registry.threads.find(name);
+    if (it == registry.threads.end())
+        return MACH_PORT_NULL; // asked by a destructor of the thread's own that runs after the entry's
+    ++it->second.references;
     return name;
 }
 

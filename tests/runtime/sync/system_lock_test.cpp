@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
 #include <stdexcept>
 #include <string>
 #include <sys/ipc.h>
@@ -64,7 +65,7 @@ TEST_F(SystemLock, HoldsFromScopeToScopeAndIsNotRecursive) {
     EXPECT_EQ(Value(), 1);
 }
 
-TEST_F(SystemLock, HolderThatDiesGivesItBack) {
+TEST_F(SystemLock, HolderThatDiesGivesItBackToAWaiterThroughInterruptions) {
     ChildProcess oHolder([&](auto const& oDoor) {
         LSystemLockMutex oLock(szName.c_str());
         if (!oLock.LockForever())
@@ -75,9 +76,20 @@ TEST_F(SystemLock, HolderThatDiesGivesItBack) {
     ASSERT_TRUE(oHolder.WaitUntilReady());
     LSystemLockMutex oLock(szName.c_str());
     EXPECT_FALSE(oLock.Lock(15));
-    std::thread oKiller([&] { oHolder.Kill(); });
+    struct sigaction oHandler {
+    }, oBefore;
+    oHandler.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &oHandler, &oBefore);
+    std::thread oKiller([&, hWaiter = pthread_self()] {
+        for (int n = 0; n < 200; ++n) { // the waiter goes on after each
+            pthread_kill(hWaiter, SIGUSR1);
+            std::this_thread::yield();
+        }
+        oHolder.Kill();
+    });
     EXPECT_TRUE(oLock.LockForever());
     oKiller.join();
+    sigaction(SIGUSR1, &oBefore, nullptr);
     oLock.Unlock();
     EXPECT_EQ(Value(), 1);
 }
