@@ -124,6 +124,7 @@ TEST(LockFile, ExcludesWhileHoldersComeAndGo) {
                     continue;
                 EXPECT_EQ(++nHolders, 1);
                 ++nRounds;
+                EXPECT_TRUE(fs::exists(oFolder / "a.lck"));
                 --nHolders;
                 oLock.Release();
             }
