@@ -1,15 +1,12 @@
 #include "files/code_page.h"
 
-#include <CoreFoundation/CoreFoundation.h>
+#include "base/cf_ref.h"
 
-#include <memory>
+#include <CoreFoundation/CoreFoundation.h>
 
 namespace {
 
-struct Release {
-    void operator()(void const* pText) const noexcept { CFRelease(pText); }
-};
-using Text = std::unique_ptr<std::remove_pointer_t<CFStringRef>, Release>;
+using Text = LCFOwner<CFStringRef>;
 
 // Null when the encoding is not known or the bytes are not valid in it.
 Text Decode(CFStringEncoding nEncoding, char const* szIn) noexcept {
@@ -20,7 +17,7 @@ Text Decode(CFStringEncoding nEncoding, char const* szIn) noexcept {
 std::size_t WriteUTF8(Text const& pText, char* szOut, std::size_t nSize) noexcept {
     CFIndex nWritten = 0;
     if (pText && nSize > 1)
-        CFStringGetBytes(pText.get(), CFRangeMake(0, CFStringGetLength(pText.get())), kCFStringEncodingUTF8, 0, false,
+        CFStringGetBytes(pText.Get(), CFRangeMake(0, CFStringGetLength(pText.Get())), kCFStringEncodingUTF8, 0, false,
                          reinterpret_cast<UInt8*>(szOut), static_cast<CFIndex>(nSize - 1), &nWritten);
     szOut[nWritten] = '\0';
     return static_cast<std::size_t>(nWritten);
@@ -52,7 +49,7 @@ bool LCopyToSpecificCodePage(unsigned int nCodePage, char* szOut, char const* sz
     if (nEncoding == kCFStringEncodingInvalidId)
         return false;
     Text const pText = Decode(kCFStringEncodingUTF8, szIn);
-    bool const bDone = pText && CFStringGetCString(pText.get(), szOut, static_cast<CFIndex>(nSize), nEncoding);
+    bool const bDone = pText && CFStringGetCString(pText.Get(), szOut, static_cast<CFIndex>(nSize), nEncoding);
     if (!bDone)
         szOut[0] = '\0';
     return bDone;

@@ -64,6 +64,10 @@ unsigned long NSObject::retainCount() const noexcept {
     return nReferences.load(std::memory_order_relaxed);
 }
 
+bool NSObject::respondsToSelector(char const*) const noexcept {
+    return false;
+}
+
 void NSObject::dealloc() {
     delete this;
 }

@@ -1,8 +1,8 @@
 #include "files/text_file.h"
 
+#include "tests/files/file_call_hooks.h"
 #include "tests/files/lock_holder.h"
 #include "tests/files/scratch_folder.h"
-#include "tests/files/system_calls.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,8 @@
 // Differs from the OS:
 // - Objects are of C++ classes: `alloc` of a class is a function of its own that calls new, `dealloc` overrides end
 //   with a call of NSObject::dealloc, and a message to null is a crash.
-// - A selector is a pointer to a member function that takes one object; who has no use for that ignores it.
+// - A selector is a pointer to a member function that takes one object; who has no use for that ignores it. For
+//   respondsToSelector it is the method's name.
 // - Autorelease without a pool keeps the object until the thread ends, and says nothing.
 #pragma once
 
@@ -25,6 +26,9 @@ public:
     void release() noexcept;
     NSObject* autorelease();
     unsigned long retainCount() const noexcept;
+
+    // Whether the object's class has a method of this name; here, of those that some classes have and others do not.
+    virtual bool respondsToSelector(char const* szSelector) const noexcept;
 
     // Calls the method with the object (may be null) on the main thread, both retained until then. With
     // `waitUntilDone` it returns when that has happened, and on the main thread calls at once; without, always from the

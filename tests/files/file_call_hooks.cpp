@@ -1,4 +1,4 @@
-#include "tests/files/system_calls.h"
+#include "tests/files/file_call_hooks.h"
 
 #include <sys/syscall.h>
 
@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <ctime>
 
-SystemCalls& SystemCalls::Hooks() {
-    static SystemCalls oHooks;
+FileCallHooks& FileCallHooks::Hooks() {
+    static FileCallHooks oHooks;
     return oHooks;
 }
 
@@ -18,7 +18,7 @@ namespace {
 // The count to move, or -1 with errno set.
 ssize_t Allowed(size_t nBytes) {
     ssize_t const nAllowed =
-        SystemCalls::Hooks().Transfer ? SystemCalls::Hooks().Transfer(nBytes) : static_cast<ssize_t>(nBytes);
+        FileCallHooks::Hooks().Transfer ? FileCallHooks::Hooks().Transfer(nBytes) : static_cast<ssize_t>(nBytes);
     if (nAllowed >= 0)
         return nAllowed;
     errno = static_cast<int>(-nAllowed);
@@ -40,15 +40,15 @@ ssize_t write(int hFile, void const* pFrom, size_t nBytes) {
 }
 
 int nanosleep(timespec const* pPause, timespec* pRest) {
-    if (!SystemCalls::Hooks().Sleep)
+    if (!FileCallHooks::Hooks().Sleep)
         return static_cast<int>(syscall(SYS_nanosleep, pPause, pRest));
-    SystemCalls::Hooks().Sleep(pPause->tv_sec * 1000 + pPause->tv_nsec / 1'000'000);
+    FileCallHooks::Hooks().Sleep(pPause->tv_sec * 1000 + pPause->tv_nsec / 1'000'000);
     return 0;
 }
 
 int unlinkat(int hFolder, char const* szPath, int nFlags) noexcept {
     int const nResult =
-        nFlags & AT_REMOVEDIR && SystemCalls::Hooks().RemoveFolder ? SystemCalls::Hooks().RemoveFolder() : 0;
+        nFlags & AT_REMOVEDIR && FileCallHooks::Hooks().RemoveFolder ? FileCallHooks::Hooks().RemoveFolder() : 0;
     if (nResult == 0)
         return static_cast<int>(syscall(SYS_unlinkat, hFolder, szPath, nFlags));
     errno = -nResult;
@@ -57,6 +57,15 @@ int unlinkat(int hFolder, char const* szPath, int nFlags) noexcept {
 
 int rmdir(char const* szPath) noexcept {
     return unlinkat(AT_FDCWD, szPath, AT_REMOVEDIR);
+}
+
+time_t time(time_t* pNow) noexcept {
+    timespec oNow;
+    clock_gettime(CLOCK_REALTIME, &oNow);
+    time_t const nNow = FileCallHooks::Hooks().Now ? FileCallHooks::Hooks().Now() : oNow.tv_sec;
+    if (pNow)
+        *pNow = nNow;
+    return nNow;
 }
 
 } // extern "C"

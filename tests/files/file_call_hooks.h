@@ -9,7 +9,7 @@
 
 struct timespec;
 
-struct SystemCalls {
+struct FileCallHooks {
     // Called in place of a pause, with its length in ms; the pause then takes no time.
     std::function<void(long)> Sleep;
     // Called before a read or write of so many bytes: how many to move at most, or -errno to fail with.
@@ -17,12 +17,15 @@ struct SystemCalls {
     // Called before a folder is removed: 0, or -errno to fail with.
     std::function<int()> RemoveFolder;
 
-    static SystemCalls& Hooks();
+    // What time it is, in seconds since the epoch.
+    std::function<long()> Now;
+
+    static FileCallHooks& Hooks();
 };
 
 // Removes every hook at the end of the scope.
 class HookScope {
 public:
-    ~HookScope() { SystemCalls::Hooks() = {}; }
-    SystemCalls* operator->() { return &SystemCalls::Hooks(); }
+    ~HookScope() { FileCallHooks::Hooks() = {}; }
+    FileCallHooks* operator->() { return &FileCallHooks::Hooks(); }
 };
