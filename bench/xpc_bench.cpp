@@ -61,13 +61,20 @@ ssize_t BareReceive(int nSocket, void* pBytes, size_t nBytes) {
     return ::recv(nSocket, pBytes, nBytes, 0);
 }
 
+// As many as one packet brings back; a run back to back makes more, and needs none.
+void Note(Times& lAges, void const* pBlock) {
+    constexpr size_t kMost = 8192;
+    if (lAges.size() < kMost)
+        lAges.push_back(Block::Age(pBlock));
+}
+
 // The child. Bare: a block is timed, eight bytes are sent back as they are, four bring the ages. XPC: the same.
 void ServeBare() {
     Times lAges;
     alignas(8) char aBytes[kBlock];
     for (ssize_t n; (n = BareReceive(kBareSocket, aBytes, sizeof aBytes)) > 0;) {
         if (n == ssize_t(kBlock))
-            lAges.push_back(Block::Age(aBytes));
+            Note(lAges, aBytes);
         else if (n == 8)
             BareSend(kBareSocket, aBytes, 8);
         else {
@@ -90,7 +97,7 @@ void ServeXpc() {
             if (xpc_get_type(pEvent) != XPC_TYPE_DICTIONARY)
                 return;
             if (void const* const pBlock = xpc_dictionary_get_data(pEvent, "AUDIO_DATA", nullptr))
-                return lAges.push_back(Block::Age(pBlock));
+                return Note(lAges, pBlock);
             xpc_object_t const pReply = xpc_dictionary_create_reply(pEvent);
             if (xpc_dictionary_get_bool(pEvent, "AGES")) {
                 xpc_dictionary_set_data(pReply, "AGES", lAges.data(), lAges.size() * sizeof lAges[0]);
