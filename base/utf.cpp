@@ -37,7 +37,7 @@ constexpr Lead LeadOf(unsigned char c) noexcept {
 }
 
 // Takes one character that is not ASCII, or one ill-formed start of one.
-char32_t TakeLong(unsigned char const*& p, unsigned char const* pEnd) noexcept {
+[[gnu::noinline]] char32_t TakeLong(unsigned char const*& p, unsigned char const* pEnd) noexcept {
     unsigned char const c = *p++;
     Lead const oLead = LeadOf(c);
     if (oLead.nMore == 0 || p == pEnd || *p < oLead.nLeast || *p > oLead.nMost)
@@ -51,39 +51,52 @@ char32_t TakeLong(unsigned char const*& p, unsigned char const* pEnd) noexcept {
     return nCode;
 }
 
-// ---- One reader a form: Take gives the next character; CountOfPlain how many of the next elements, of at most
-// `nMost`, are known to stand for themselves in every form (ASCII), found a block at a time.
+// ---- One reader a form: Take gives the next character. Blocks of ASCII, whose elements are the same in every form, are
+// found and copied apart.
 
 constexpr std::size_t kBlock = 16;
 
+template <std::size_t nSize>
+using WordOf =
+    std::conditional_t<nSize == 4, std::uint32_t, std::conditional_t<nSize == 2, std::uint16_t, std::uint8_t>>;
+
 template <class Element>
 bool IsBlockPlain(Element const* p) noexcept {
-    using Word =
-        std::make_unsigned_t<std::conditional_t<sizeof(Element) == 4, std::uint32_t,
-                                                std::conditional_t<sizeof(Element) == 2, std::uint16_t, std::uint8_t>>>;
-    Word nAny = 0;
+    WordOf<sizeof(Element)> nAny = 0;
     for (std::size_t n = 0; n < kBlock; ++n)
-        nAny = static_cast<Word>(nAny | static_cast<Word>(p[n]));
+        nAny = static_cast<WordOf<sizeof(Element)>>(nAny | static_cast<WordOf<sizeof(Element)>>(p[n]));
     return nAny < 0x80;
 }
 
 struct FromUTF8 {
     using Element = char;
-    static char32_t Take(char const*& p, char const* pEnd) noexcept {
+    [[gnu::always_inline]] static char32_t Take(char const*& p, char const* pEnd) noexcept {
         auto const nByte = static_cast<unsigned char>(*p);
         if (nByte < 0x80)
             return static_cast<unsigned char>(*p++);
-        // The two commonest lengths, well-formed, without going through the table.
-        auto const At = [p](int n) { return static_cast<unsigned char>(p[n]); };
-        if (nByte >= 0xE1 && nByte < 0xED && pEnd - p >= 3 && IsContinuation(At(1)) && IsContinuation(At(2))) {
-            char32_t const nCode = ((nByte & 0x0FU) << 12) | ((At(1) & 0x3FU) << 6) | (At(2) & 0x3FU);
-            p += 3;
-            return nCode;
-        }
-        if (nByte >= 0xC2 && nByte < 0xE0 && pEnd - p >= 2 && IsContinuation(At(1))) {
-            char32_t const nCode = ((nByte & 0x1FU) << 6) | (At(1) & 0x3FU);
+        // Well-formed sequences, without going through the table: all bytes there and in place, the value not too small
+        // for its length and one that UTF-8 may have.
+        auto const At = [p](int n) { return static_cast<char32_t>(static_cast<unsigned char>(p[n])); };
+        std::ptrdiff_t const nLeft = pEnd - p;
+        if (nLeft >= 2 && nByte >= 0xC2 && nByte < 0xE0 && (At(1) & 0xC0) == 0x80) {
+            char32_t const nCode = ((nByte & 0x1FU) << 6) | (At(1) & 0x3F);
             p += 2;
             return nCode;
+        }
+        if (nLeft >= 3 && (nByte & 0xF0) == 0xE0 && ((At(1) << 8 | At(2)) & 0xC0C0) == 0x8080) {
+            char32_t const nCode = ((nByte & 0x0FU) << 12) | ((At(1) & 0x3F) << 6) | (At(2) & 0x3F);
+            if (nCode >= 0x800 && (nCode & 0xFFFFF800) != 0xD800) {
+                p += 3;
+                return nCode;
+            }
+        }
+        if (nLeft >= 4 && (nByte & 0xF8) == 0xF0 && ((At(1) << 16 | At(2) << 8 | At(3)) & 0xC0C0C0) == 0x808080) {
+            char32_t const nCode =
+                ((nByte & 0x07U) << 18) | ((At(1) & 0x3F) << 12) | ((At(2) & 0x3F) << 6) | (At(3) & 0x3F);
+            if (nCode >= 0x10000 && nCode <= 0x10FFFF) {
+                p += 4;
+                return nCode;
+            }
         }
         auto pByte = reinterpret_cast<unsigned char const*>(p);
         char32_t const nCode = TakeLong(pByte, reinterpret_cast<unsigned char const*>(pEnd));
@@ -94,7 +107,7 @@ struct FromUTF8 {
 
 struct FromUTF16 {
     using Element = char16_t;
-    static char32_t Take(char16_t const*& p, char16_t const* pEnd) noexcept {
+    [[gnu::always_inline]] static char32_t Take(char16_t const*& p, char16_t const* pEnd) noexcept {
         char32_t const c = *p++;
         if ((c & 0xF800) != 0xD800)
             return c;
@@ -106,7 +119,7 @@ struct FromUTF16 {
 
 struct FromUTF32 {
     using Element = wchar_t;
-    static char32_t Take(wchar_t const*& p, wchar_t const*) noexcept {
+    [[gnu::always_inline]] static char32_t Take(wchar_t const*& p, wchar_t const*) noexcept {
         auto const c = static_cast<char32_t>(*p++);
         return c > 0x10FFFF || (c & 0xFFFFF800) == 0xD800 ? kReplacement : c;
     }
@@ -118,7 +131,7 @@ struct ToUTF8 {
     using Element = char;
     static constexpr std::size_t kMost = 4;
     static std::size_t CountOf(char32_t c) noexcept { return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4; }
-    static char* Put(char* p, char32_t c) noexcept {
+    [[gnu::always_inline]] static char* Put(char* p, char32_t c) noexcept {
         if (c < 0x80) {
             *p++ = static_cast<char>(c);
         } else if (c < 0x800) {
@@ -142,7 +155,7 @@ struct ToUTF16 {
     using Element = char16_t;
     static constexpr std::size_t kMost = 2;
     static std::size_t CountOf(char32_t c) noexcept { return c < 0x10000 ? 1 : 2; }
-    static char16_t* Put(char16_t* p, char32_t c) noexcept {
+    [[gnu::always_inline]] static char16_t* Put(char16_t* p, char32_t c) noexcept {
         if (c >= 0x10000) {
             *p++ = static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
             c = 0xDC00 + (c & 0x3FF);
@@ -186,7 +199,8 @@ std::size_t Convert(typename To::Element* const pStart, std::size_t nSize,
     while (p != pEnd && pOutEnd - pOut >= static_cast<std::ptrdiff_t>(To::kMost)) {
         char32_t const c = From::Take(p, pEnd);
         pOut = To::Put(pOut, c);
-        if (c < 0x80)
+        // Two in a row: the blanks between words of other letters are not worth a look ahead.
+        if (c < 0x80 && p != pEnd && static_cast<WordOf<sizeof *p>>(*p) < 0x80)
             ConvertPlain(p, pEnd, pOut, pOutEnd);
     }
     while (p != pEnd) { // near the end of the room: each character is measured first
