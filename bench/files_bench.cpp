@@ -265,8 +265,8 @@ int main(int nArguments, char** ppArguments) {
     lRows.push_back(LoadText(szFolder, bQuick ? 3 : 15));
     lRows.push_back(Paths(bQuick ? 3 : 15));
     lRows.push_back(Dates(bQuick ? 3 : 15));
-    AddTrees(lRows, szFolder, bQuick ? 2'000 : 20'000, bQuick ? 2 : 5);
-    lRows.push_back(LargeFile(szFolder, bQuick ? 100 : 1024, bQuick ? 2 : 4));
+    AddTrees(lRows, szFolder, bQuick ? 2'000 : 20'000, bQuick ? 2 : 3);
+    lRows.push_back(LargeFile(szFolder, bQuick ? 100 : 1024, bQuick ? 2 : 3));
     fs::remove_all(szFolder);
     return PrintRows(lRows) ? 0 : 1;
 }
