@@ -164,6 +164,39 @@ TEST(Utf, IllFormedTextIsReplacedByMaximalSubparts) {
               "\uFFFD\uFFFD\uFFFD\uFFFD\U0010FFFF");
 }
 
+// Any bytes as text of each form, into any room and back: for a fuzzer, and below for random bytes.
+int FuzzUtf(std::uint8_t const* pBytes, std::size_t nBytes) {
+    std::string const sz8(reinterpret_cast<char const*>(pBytes), nBytes);
+    std::u16string sz16(nBytes / 2, u'\0');
+    std::wstring sz32(nBytes / 4, L'\0');
+    std::copy_n(pBytes, sz16.size() * 2, reinterpret_cast<std::uint8_t*>(sz16.data()));
+    std::copy_n(pBytes, sz32.size() * 4, reinterpret_cast<std::uint8_t*>(sz32.data()));
+    for (std::size_t const nRoom : {std::size_t{1}, nBytes / 3 + 1, nBytes * 4 + 1}) {
+        std::u16string const szUnits = ConvertIn(LCopyUnicodeFromUTF8, nRoom, sz8);
+        std::string const szBytes = ConvertIn(LCopyUTF8FromUnicode, nRoom, sz16);
+        std::wstring const szWide = ConvertIn(LCopyUTF32FromUTF8, nRoom, sz8);
+        // What came out is well-formed: it goes there and back unchanged.
+        EXPECT_EQ(ConvertIn(LCopyUnicodeFromUTF8, nRoom * 4, ConvertIn(LCopyUTF8FromUnicode, nRoom * 4, szUnits)),
+                  szUnits);
+        EXPECT_EQ(ConvertIn(LCopyUTF8FromUnicode, nRoom * 4, ConvertIn(LCopyUnicodeFromUTF8, nRoom * 4, szBytes)),
+                  szBytes);
+        EXPECT_EQ(ConvertIn(LCopyUTF32FromUnicode, nRoom * 4, ConvertIn(LCopyUnicodeFromUTF32, nRoom * 4, szWide)),
+                  szWide);
+        ConvertIn(LCopyUTF8FromUTF32, nRoom, sz32);
+    }
+    return 0;
+}
+
+TEST(Utf, RandomBytesComeOutWellFormed) {
+    std::mt19937 oRandom(6);
+    for (int n = 0; n < 5000; ++n) {
+        std::vector<std::uint8_t> lBytes(oRandom() % 60);
+        for (std::uint8_t& nByte : lBytes)
+            nByte = static_cast<std::uint8_t>(oRandom());
+        FuzzUtf(lBytes.data(), lBytes.size());
+    }
+}
+
 TEST(Utf, RandomElementsConvertAsTheModelDoesInAnyRoom) {
     std::mt19937 oRandom(5);
     // Bytes and units that matter, much more often than chance would have them.

@@ -2,8 +2,8 @@
 
 #include "files/sandbox_path.h"
 #include "files/special_folders.h"
-#include "platform/testing/sandbox.h"
 #include "platform/testing/objects.h"
+#include "platform/testing/sandbox.h"
 #include "tests/files/scratch_folder.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +40,17 @@ public:
 };
 
 } // namespace
+
+// Any bytes as bookmark data: resolved or refused with an error, and no more. 1 when they were resolved.
+int FuzzBookmark(std::uint8_t const* pBytes, std::size_t nBytes) {
+    LCFOwner<CFDataRef> const data(CFDataCreate(nullptr, pBytes, static_cast<CFIndex>(nBytes)));
+    bool bStale = false;
+    NSError oError;
+    NSStrong<NSURL> const pURL(NSURL::URLByResolvingBookmarkData(data.Get(), NSURLBookmarkResolutionWithSecurityScope,
+                                                                 nullptr, &bStale, &oError));
+    EXPECT_NE(static_cast<bool>(pURL), oError.code != 0);
+    return static_cast<bool>(pURL);
+}
 
 // A process with its container, and granted files outside of it.
 class SandboxBookmarks : public testing::Test {
@@ -254,18 +265,17 @@ TEST_F(SandboxBookmarks, DamagedDefaultsAreForgottenOrSetAside) {
     LCFOwner<CFTypeRef> const whole(pDefaults->objectForKey(CFSTR("song")));
     auto const data = static_cast<CFDataRef>(whole.Get());
     std::mt19937 oRandom(7);
-    for (CFIndex n = 0; n < 300; ++n) { // cut anywhere, or one byte changed
-        LCFOwner<CFMutableDataRef> const damaged(CFDataCreateMutableCopy(nullptr, 0, data));
-        if (n < CFDataGetLength(data))
-            CFDataSetLength(damaged.Get(), n);
-        else
-            CFDataGetMutableBytePtr(damaged.Get())[oRandom() % static_cast<unsigned>(CFDataGetLength(data))] ^= 0x41;
-        bool bStale = false;
-        NSError oError;
-        NSStrong<NSURL> const pURL(NSURL::URLByResolvingBookmarkData(
-            damaged.Get(), NSURLBookmarkResolutionWithSecurityScope, nullptr, &bStale, &oError));
-        EXPECT_FALSE(pURL) << n;
-        EXPECT_NE(oError.code, 0);
+    std::string const szWhole(reinterpret_cast<char const*>(CFDataGetBytePtr(data)),
+                              static_cast<std::size_t>(CFDataGetLength(data)));
+    auto const Resolves = [](std::string const& szBytes) {
+        return FuzzBookmark(reinterpret_cast<std::uint8_t const*>(szBytes.data()), szBytes.size()) == 1;
+    };
+    EXPECT_TRUE(Resolves(szWhole));
+    EXPECT_FALSE(Resolves(szWhole + "x"));
+    for (std::size_t n = 0; n < szWhole.size(); ++n) { // cut anywhere, and each byte changed
+        std::string szChanged = szWhole;
+        szChanged[n] = static_cast<char>(szChanged[n] ^ (1 + oRandom() % 255));
+        EXPECT_FALSE(Resolves(szWhole.substr(0, n)) || Resolves(szChanged)) << n;
     }
     pDefaults->setObject(CFSTR("no data"), CFSTR("song"));
     pDefaults->synchronize();
