@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <sched.h>
 #include <sstream>
 #include <unistd.h>
 
@@ -18,6 +19,18 @@ void SleepUntilNs(uint64_t nInstantNs) {
                             static_cast<long>(nInstantNs % 1'000'000'000)};
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &oInstant, nullptr) != 0)
         ;
+}
+
+void StayOnProcessor(int nProcessor) {
+    cpu_set_t oSet;
+    CPU_ZERO(&oSet);
+    CPU_SET(static_cast<size_t>(nProcessor), &oSet);
+    sched_setaffinity(0, sizeof oSet, &oSet);
+}
+
+bool AskForRealTime() {
+    sched_param const oPriority{10};
+    return sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &oPriority) == 0;
 }
 
 uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare) {

@@ -13,6 +13,12 @@ uint64_t NowNs();
 // Sleeps until the instant; instants that have passed return at once.
 void SleepUntilNs(uint64_t nInstantNs);
 
+// Keeps the calling thread, and those it starts from now on, on one processor; nothing on a machine without it.
+void StayOnProcessor(int nProcessor);
+
+// SCHED_FIFO for the calling thread alone, as an audio server's IO thread has it; false where that is not permitted.
+bool AskForRealTime();
+
 // The value below which `fShare` (0 to 1) of the samples lie; sorts them. 0 without samples.
 uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare);
 

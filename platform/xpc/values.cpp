@@ -13,10 +13,42 @@ void Delete(Object* pObject) {
     delete static_cast<T*>(pObject);
 }
 
+// The allocator's own per-thread cache ends at 1 KiB, and a block of audio, made and freed once each IO cycle on one
+// thread, is larger: each thread keeps the memory of its last such block for the next.
+struct SpareMemory {
+    constexpr SpareMemory() noexcept = default;
+    ~SpareMemory() { std::free(pMemory); }
+
+    static constexpr size_t kSmallest = 1024, kLargest = 16 * 1024;
+    static constexpr bool IsWorthKeeping(size_t nRoom) noexcept { return nRoom >= kSmallest && nRoom <= kLargest; }
+
+    void* pMemory = nullptr;
+    size_t nRoom = 0;
+};
+constinit thread_local SpareMemory oSpare;
+
+// What is allocated for so many bytes: whole kilobytes, so that blocks of about one length serve each other.
+size_t RoomFor(size_t nLength) noexcept {
+    size_t const nNeeded = sizeof(Bytes) + nLength + 1;
+    return nNeeded < SpareMemory::kSmallest ? nNeeded : (nNeeded + 1023) / 1024 * 1024;
+}
+
+void* AllocateRoom(size_t nRoom) noexcept {
+    if (SpareMemory::IsWorthKeeping(nRoom) && oSpare.pMemory && oSpare.nRoom == nRoom)
+        return std::exchange(oSpare.pMemory, nullptr);
+    return std::malloc(nRoom);
+}
+
 void FreeBytes(Object* pObject) {
     auto* const pBytes = static_cast<Bytes*>(pObject);
+    size_t const nRoom = RoomFor(pBytes->nLength);
     pBytes->~Bytes();
-    std::free(pBytes);
+    if (SpareMemory::IsWorthKeeping(nRoom) && !oSpare.pMemory) {
+        oSpare.pMemory = pBytes;
+        oSpare.nRoom = nRoom;
+    } else {
+        std::free(pBytes);
+    }
 }
 
 void Never(Object*) {}
@@ -53,7 +85,7 @@ constinit _xpc_error_s _xpc_error_termination_imminent{"Process termination immi
 namespace platform {
 
 Ref<Bytes> Bytes::Make(xpc_type_t pType, void const* pBytes, size_t nLength) {
-    void* const pMemory = nLength > SIZE_MAX / 2 ? nullptr : std::malloc(sizeof(Bytes) + nLength + 1);
+    void* const pMemory = nLength > SIZE_MAX / 2 ? nullptr : AllocateRoom(RoomFor(nLength));
     if (!pMemory)
         throw std::bad_alloc();
     auto* const pObject = new (pMemory) Bytes(pType, nLength);
