@@ -5,8 +5,6 @@
 #include "driver/properties/selector_index.h"
 #include "driver/properties/values.h"
 
-#include <array>
-
 namespace {
 
 using enum PropertyPlace;
@@ -20,6 +18,7 @@ using values::Text;
 constexpr UInt32 kNumber = sizeof(UInt32);   // also a class, an object, a code, a Float32
 constexpr UInt32 kReference = sizeof(void*); // a CFStringRef or a CFURLRef
 constexpr UInt32 kNothing = 0;               // an empty list
+constexpr UInt32 kAllItems = (kVADLastSelectorItem + 1) * sizeof(UInt32);
 constexpr UInt32 kLayout = sizeof(AudioChannelLayout) + sizeof(AudioChannelDescription);
 constexpr UInt32 kFormat = sizeof(AudioStreamBasicDescription);
 
@@ -171,7 +170,7 @@ constexpr Property kSelectorProperties[] = {
     {kAudioControlPropertyScope,                    Anywhere, kNumber,     Number<nScope>},
     {kAudioControlPropertyElement,                  Anywhere, kNumber,     Number<kAudioObjectPropertyElementMain>},
     {kAudioSelectorControlPropertyCurrentItem,      Anywhere, kNumber,     Stored<UInt32, gSelected>, pSelect},
-    {kAudioSelectorControlPropertyAvailableItems,   Anywhere, 4 * kNumber, List<0, 1, 2, 3>},
+    {kAudioSelectorControlPropertyAvailableItems,   Anywhere, kAllItems, values::SelectorItems},
     {kAudioSelectorControlPropertyItemName,         Anywhere, kReference,  values::SelectorItemName},
     // clang-format on
 };

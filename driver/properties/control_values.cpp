@@ -1,7 +1,11 @@
 // Values of the output stream and of the four controls.
+#include "driver/properties/identity.h"
 #include "driver/properties/stream_format.h"
 #include "driver/properties/values.h"
 #include "driver/properties/volume_curve.h"
+
+#include <array>
+#include <numeric>
 
 namespace {
 
@@ -33,7 +37,7 @@ OSStatus StreamFormat(PropertyQuery const& oQuery) {
 }
 
 OSStatus StreamFormats(PropertyQuery const& oQuery) {
-    AudioStreamRangedDescription oFormat = {LVADStreamFormat(44100.0), {44100.0, 44100.0}};
+    AudioStreamRangedDescription oFormat = {LVADStreamFormat(kVADSampleRate), {kVADSampleRate, kVADSampleRate}};
     KeepReserved(oQuery, oFormat.mFormat);
     return oQuery.DeliverList(&oFormat, 1);
 }
@@ -54,6 +58,12 @@ OSStatus DecibelsToScalar(PropertyQuery const& oQuery) {
     return Convert(oQuery, LVADDecibelsToScalar);
 }
 
+OSStatus SelectorItems(PropertyQuery const& oQuery) {
+    std::array<UInt32, kVADLastSelectorItem + 1> lItems;
+    std::iota(lItems.begin(), lItems.end(), 0u);
+    return oQuery.DeliverList(lItems.data(), lItems.size());
+}
+
 OSStatus SelectorItemName(PropertyQuery const& oQuery) {
     if (!oQuery.oQualifier.Holds<UInt32>() || oQuery.nBufferSize < sizeof(CFStringRef))
         return kAudioHardwareBadPropertySizeError;
@@ -61,7 +71,7 @@ OSStatus SelectorItemName(PropertyQuery const& oQuery) {
     if (nItem > kVADLastSelectorItem)
         return kAudioHardwareIllegalOperationError;
     CFStringRef const szName =
-        CFStringCreateWithFormat(nullptr, nullptr, CFSTR("Data Source Item %d"), static_cast<int>(nItem));
+        CFStringCreateWithFormat(nullptr, nullptr, identity::SelectorItemFormat(), static_cast<int>(nItem));
     return szName ? oQuery.Deliver(szName) : static_cast<OSStatus>(kAudioHardwareUnspecifiedError);
 }
 

@@ -8,10 +8,6 @@ namespace {
 
 constexpr UInt32 kItem = sizeof(AudioObjectID);
 
-constexpr bool IsGlobalOrOutput(PropertyAddress const& oAddress) {
-    return oAddress.mScope == kAudioObjectPropertyScopeGlobal || oAddress.mScope == kAudioObjectPropertyScopeOutput;
-}
-
 // AudioChannelLayout ends in an array of one description; this device's has two.
 struct StereoLayout {
     AudioChannelLayout oLayout;
@@ -55,10 +51,14 @@ OSStatus CustomProperty(PropertyQuery const& oQuery) {
 OSStatus BoxName(PropertyQuery const& oQuery) {
     if (oQuery.nBufferSize < sizeof(CFStringRef)) // asked before the name is retained for nobody
         return kAudioHardwareBadPropertySizeError;
-    LScopedLock oLock(gVADStateMutex);
-    if (gVADBoxName)
-        CFRetain(gVADBoxName);
-    return oQuery.Deliver(gVADBoxName);
+    CFStringRef szName;
+    {
+        LScopedLock oLock(gVADStateMutex);
+        szName = gVADBoxName;
+        if (szName)
+            CFRetain(szName);
+    }
+    return oQuery.Deliver(szName);
 }
 
 // The one list that refuses a buffer too small for its item.
@@ -70,10 +70,10 @@ OSStatus BoxDeviceList(PropertyQuery const& oQuery) {
 
 OSStatus DeviceElementName(PropertyQuery const& oQuery) {
     switch (oQuery.oAddress.mElement) {
-    case 0: return oQuery.Deliver(CFSTR("MasterElementName"));
-    case 1: return oQuery.Deliver(CFSTR("LeftElementName"));
-    case 2: return oQuery.Deliver(CFSTR("RightElementName"));
-    default: return oQuery.Deliver(CFSTR("unknown"));
+    case 0: return oQuery.Deliver(identity::MainElementName());
+    case 1: return oQuery.Deliver(identity::LeftElementName());
+    case 2: return oQuery.Deliver(identity::RightElementName());
+    default: return oQuery.Deliver(identity::OtherElementName());
     }
 }
 
@@ -82,13 +82,13 @@ OSStatus DeviceElementName(PropertyQuery const& oQuery) {
 OSStatus DeviceOwnedObjects(PropertyQuery const& oQuery) {
     constexpr AudioObjectID lObjects[] = {kVADObject_OutputStream, kVADObject_OutputVolume, kVADObject_OutputMute,
                                           kVADObject_OutputDataSource, kVADObject_OutputDataDestination};
-    if (!IsGlobalOrOutput(oQuery.oAddress))
+    if (!LVADIsGlobalOrOutput(oQuery.oAddress))
         return EmptyList(oQuery);
     return oQuery.DeliverList(lObjects, oQuery.oAddress.mScope == kAudioObjectPropertyScopeGlobal ? 5 : 4);
 }
 
 OSStatus DeviceStreams(PropertyQuery const& oQuery) {
-    return oQuery.DeliverList(&kVADObject_OutputStream, IsGlobalOrOutput(oQuery.oAddress) ? 1 : 0);
+    return oQuery.DeliverList(&kVADObject_OutputStream, LVADIsGlobalOrOutput(oQuery.oAddress) ? 1 : 0);
 }
 
 OSStatus DeviceIsRunning(PropertyQuery const& oQuery) {
@@ -96,7 +96,7 @@ OSStatus DeviceIsRunning(PropertyQuery const& oQuery) {
 }
 
 OSStatus DeviceSampleRates(PropertyQuery const& oQuery) {
-    constexpr AudioValueRange oRange = {44100.0, 44100.0};
+    constexpr AudioValueRange oRange = {kVADSampleRate, kVADSampleRate};
     return oQuery.DeliverList(&oRange, 1);
 }
 
@@ -154,12 +154,12 @@ OSStatus CustomProperty(PropertyAddress const&, PropertyQualifier const& oQualif
 // Four objects in global scope too, though the value lists five there: a host that fetches with this size sees the
 // stream and the first three controls, the same in either scope.
 OSStatus DeviceOwnedObjects(PropertyAddress const& oAddress, PropertyQualifier const&, UInt32& nSize) {
-    nSize = IsGlobalOrOutput(oAddress) ? 4 * kItem : 0;
+    nSize = LVADIsGlobalOrOutput(oAddress) ? 4 * kItem : 0;
     return kAudioHardwareNoError;
 }
 
 OSStatus DeviceStreams(PropertyAddress const& oAddress, PropertyQualifier const&, UInt32& nSize) {
-    nSize = IsGlobalOrOutput(oAddress) ? kItem : 0;
+    nSize = LVADIsGlobalOrOutput(oAddress) ? kItem : 0;
     return kAudioHardwareNoError;
 }
 

@@ -8,8 +8,7 @@ bool IsShownAt(PropertyPlace nPlace, PropertyAddress const& oAddress) {
     switch (nPlace) {
     case PropertyPlace::Anywhere: return true;
     case PropertyPlace::MainAndTwoChannels: return oAddress.mElement <= 2;
-    case PropertyPlace::GlobalOrOutput:
-        return oAddress.mScope == kAudioObjectPropertyScopeGlobal || oAddress.mScope == kAudioObjectPropertyScopeOutput;
+    case PropertyPlace::GlobalOrOutput: return LVADIsGlobalOrOutput(oAddress);
     case PropertyPlace::InputOrOutput:
         return oAddress.mScope == kAudioObjectPropertyScopeInput || oAddress.mScope == kAudioObjectPropertyScopeOutput;
     }

@@ -11,6 +11,10 @@
 using PropertyAddress = AudioObjectPropertyAddress;
 using PropertySelector = AudioObjectPropertySelector;
 
+constexpr bool LVADIsGlobalOrOutput(PropertyAddress const& oAddress) {
+    return oAddress.mScope == kAudioObjectPropertyScopeGlobal || oAddress.mScope == kAudioObjectPropertyScopeOutput;
+}
+
 // What the host passes beside an address: nSize bytes at pData, unaligned; pData may be null.
 struct PropertyQualifier {
     UInt32 nSize;

@@ -5,8 +5,10 @@
 
 #include <array>
 
-// A perfect hash over one object's rows, made by the compiler: it tries multipliers until no two selectors share a slot
-// (some hundred tries for the longest table). Two rows of one selector never compile. Constant; any thread.
+// A perfect hash over one object's rows, made by the compiler: it tries multipliers until no two selectors share a
+// slot, under a thousand tries for the longest table. Rows for which it finds none (two of one selector, or an unlucky
+// new one in a table near half the slots) do not compile: the compiler says that the constant evaluation exceeds its
+// limit of iterations or operations. More slots cure the unlucky one. Constant; any thread.
 class SelectorIndex {
 public:
     consteval SelectorIndex() = default; // of no rows

@@ -30,5 +30,5 @@ bool LVADIsStreamFormat(AudioStreamBasicDescription const& oFormat) {
 }
 
 bool LVADIsSampleRate(Float64 nSampleRate) {
-    return nSampleRate == 44100.0 || nSampleRate == 48000.0;
+    return nSampleRate == kVADSampleRate || nSampleRate == kVADOtherSampleRate;
 }

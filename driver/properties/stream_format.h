@@ -9,5 +9,5 @@ AudioStreamBasicDescription LVADStreamFormat(Float64 nSampleRate);
 // Every field but rate and reserved one is the device's.
 bool LVADIsStreamFormat(AudioStreamBasicDescription const& oFormat);
 
-// Exactly 44100 or 48000 Hz; a NaN is neither.
+// Exactly one of the two rates (Hz); a NaN is neither.
 bool LVADIsSampleRate(Float64 nSampleRate);

@@ -15,14 +15,14 @@ Float32 Clamp(Float32 nValue, Float32 nLow, Float32 nHigh) {
     return nValue > nHigh ? nHigh : nValue;
 }
 
+Float32 ClampDecibels(Float32 nDecibels) {
+    return Clamp(nDecibels, kVADMinDecibels, kVADMaxDecibels);
+}
+
 } // namespace
 
 Float32 LVADClampScalar(Float32 nScalar) {
     return Clamp(nScalar, 0.0f, 1.0f);
-}
-
-Float32 LVADClampDecibels(Float32 nDecibels) {
-    return Clamp(nDecibels, kVADMinDecibels, kVADMaxDecibels);
 }
 
 Float32 LVADScalarToDecibels(Float32 nScalar) {
@@ -31,5 +31,5 @@ Float32 LVADScalarToDecibels(Float32 nScalar) {
 }
 
 Float32 LVADDecibelsToScalar(Float32 nDecibels) {
-    return std::sqrt((LVADClampDecibels(nDecibels) - kVADMinDecibels) / kSpan);
+    return std::sqrt((ClampDecibels(nDecibels) - kVADMinDecibels) / kSpan);
 }

@@ -10,8 +10,7 @@ constexpr Float32 kVADMaxDecibels = 6.0f;
 // What is out of range goes to the nearer end of [0.0, 1.0] or [-96.0, 6.0]. A NaN, which is near neither, goes to the
 // lower one: of all answers silence is the one that can't hurt.
 Float32 LVADClampScalar(Float32 nScalar);
-Float32 LVADClampDecibels(Float32 nDecibels);
 
-// Clamped first; the results are always in range.
+// Clamped first, likewise; the results are always in range.
 Float32 LVADScalarToDecibels(Float32 nScalar);
 Float32 LVADDecibelsToScalar(Float32 nDecibels);

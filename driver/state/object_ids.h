@@ -1,4 +1,5 @@
-// The driver's fixed object tree. No object is ever created or destroyed; 0, 4 to 7 and 13 upward name none.
+// The driver's fixed object tree, and the numbers that several of its objects share. No object is ever created or
+// destroyed; 0, 4 to 7 and 13 upward name none.
 #pragma once
 
 #include <CoreAudio/AudioServerPlugIn.h>
@@ -12,6 +13,10 @@ constexpr AudioObjectID kVADObject_OutputMute = 10;
 constexpr AudioObjectID kVADObject_OutputDataSource = 11;
 constexpr AudioObjectID kVADObject_OutputDataDestination = 12;
 constexpr AudioObjectID kVADObject_Last = kVADObject_OutputDataDestination;
+
+// The nominal sample rates, in Hz. The device starts with the first, and lists no other as available.
+constexpr Float64 kVADSampleRate = 44100.0;
+constexpr Float64 kVADOtherSampleRate = 48000.0;
 
 // The device clock's period: a zero time stamp every so many frames.
 constexpr UInt32 kVADRingBufferFrames = 16384;

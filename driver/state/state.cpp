@@ -1,5 +1,7 @@
 #include "driver/state/state.h"
 
+#include "driver/state/object_ids.h"
+
 constinit LMutex gVADStateMutex;
 constinit LMutex gVADIOMutex;
 
@@ -8,7 +10,7 @@ constinit std::atomic<AudioServerPlugInHostRef> gVADHost = nullptr;
 
 constinit CFStringRef gVADBoxName = nullptr;
 constinit LRelaxed<Boolean> gVADBoxAcquired = true;
-constinit Float64 gVADSampleRate = 44100.0;
+constinit Float64 gVADSampleRate = kVADSampleRate;
 constinit Boolean gVADOutputStreamActive = true;
 constinit UInt64 gVADIORunningCount = 0;
 constinit Float32 gVADOutputVolume = 0.0f;

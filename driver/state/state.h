@@ -2,10 +2,13 @@
 //
 // Threads: the host calls in on many at once. Every value below is read and written under gVADStateMutex unless its
 // comment says otherwise. gVADStateMutex and gVADIOMutex are never held together, so they have no order.
-// While gVADStateMutex is held the driver may call WriteToStorage and send a volume change (which takes the client
-// registry's mutex inside); nothing else calls out under it, and no CoreFoundation object is created under it.
 //
-// Initialize alone writes without the mutex: the host calls it before every other operation.
+// Under gVADStateMutex the box's name is retained and released, the host's timebase is read, and three calls go out:
+// WriteToStorage and the queueing of the plug-in's notice, when the box is acquired or released, and SendVolumeChanged,
+// which takes the client registry's mutex and then the client's mutex over its connections. Nobody takes those two and
+// then this one. No CoreFoundation object is created or looked up under it.
+//
+// The host calls Initialize before every other operation but the counting ones (QueryInterface, AddRef, Release).
 #pragma once
 
 #include "base/mutex.h"
@@ -55,7 +58,7 @@ extern CFStringRef gVADBoxName GUARDED_BY(gVADStateMutex);
 // and persisting are one step); the plug-in's lists and their sizes read it without.
 extern LRelaxed<Boolean> gVADBoxAcquired;
 
-extern Float64 gVADSampleRate GUARDED_BY(gVADStateMutex); // Hz, 44100 or 48000
+extern Float64 gVADSampleRate GUARDED_BY(gVADStateMutex); // Hz, one of the two
 extern Boolean gVADOutputStreamActive GUARDED_BY(gVADStateMutex);
 extern UInt64 gVADIORunningCount GUARDED_BY(gVADStateMutex); // starts not yet stopped; running while above 0
 extern Float32 gVADOutputVolume GUARDED_BY(gVADStateMutex);  // scalar, 0.0 to 1.0
