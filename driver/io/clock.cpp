@@ -26,9 +26,10 @@ Float64 LVADTicksPerFrame(Float64 nSampleRate) {
 }
 
 // The two values belong together, but no lock is common to their writer here and their reader below. The host has no IO
-// thread at work when it makes the first start, so nobody reads while this runs. Should a host break that, a stamp of
-// the old count on the new anchor can go out once, and an advance that began before the reset can survive it by a
-// single period at most, because it replaces only the count that it read.
+// thread at work when it makes the first start, so nobody reads while this runs. Should a host break that, one stamp
+// can go out that mixes the two timelines (the old count on the new anchor, or period 0 on the old one), and an advance
+// that began before the reset can survive it by a single period at most, because it replaces only the count that it
+// read.
 void LVADAnchorClock() {
     gVADAnchorHostTime = mach_absolute_time();
     gVADNumberTimeStamps = 0;

@@ -3,7 +3,8 @@
 
 #include "driver/state/state.h"
 
-// Host clock ticks per frame at nSampleRate (Hz), from the host clock's timebase. Any thread.
+// Host clock ticks per frame at nSampleRate (Hz), from the host clock's timebase. Without a sane timebase it may be any
+// number, and the clock below useless, but its times stay within a UInt64. Any thread.
 Float64 LVADTicksPerFrame(Float64 nSampleRate);
 
 // Starts the timeline anew: period 0 is now. For the step from stopped to running.

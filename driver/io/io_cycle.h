@@ -18,6 +18,7 @@ OSStatus LVADStopIO() EXCLUDES(gVADStateMutex);
 void LVADWillDoIOOperation(UInt32 nOperationId, Boolean* pWillDo, Boolean* pWillDoInPlace);
 
 // IO thread. One cycle: WriteMix sends nFrames × 8 bytes of pMainBuffer to the recorder, if a connection exists, and
-// otherwise drops them; any other operation touches nothing. Takes no lock of the driver's and allocates nothing
-// itself; the link copies the bytes once and the buffer is the host's again on return, unchanged.
+// otherwise drops them; any other operation touches nothing. A cycle of more than 268435455 frames, whose bytes the
+// link could not count, is dropped as well. Takes no lock of the driver's and allocates nothing itself; the link copies
+// the bytes once and the buffer is the host's again on return, unchanged.
 void LVADDoIOOperation(UInt32 nOperationId, UInt32 nFrames, void* pMainBuffer);

@@ -18,6 +18,12 @@ bool IsOurDevice(void const* pDriver, AudioObjectID nDevice) {
     return IsOurs(pDriver) && nDevice == kVADObject_Device;
 }
 
+template <class T>
+void StoreIfWanted(T* pOut, T tValue) {
+    if (pOut)
+        *pOut = tValue;
+}
+
 // For the operations that need do nothing.
 OSStatus AcceptDevice(void const* pDriver, AudioObjectID nDevice) {
     return IsOurDevice(pDriver, nDevice) ? kAudioHardwareNoError : kForeign;
@@ -125,7 +131,12 @@ OSStatus GetZeroTimeStamp(AudioServerPlugInDriverRef pDriver, AudioObjectID nDev
                           UInt64* pHostTime, UInt64* pSeed) {
     if (!IsOurDevice(pDriver, nDevice))
         return kForeign;
-    LVADGetZeroTimeStamp(*pSampleTime, *pHostTime, *pSeed);
+    Float64 nSampleTime = 0.0;
+    UInt64 nHostTime = 0, nSeed = 0;
+    LVADGetZeroTimeStamp(nSampleTime, nHostTime, nSeed);
+    StoreIfWanted(pSampleTime, nSampleTime);
+    StoreIfWanted(pHostTime, nHostTime);
+    StoreIfWanted(pSeed, nSeed);
     return kAudioHardwareNoError;
 }
 

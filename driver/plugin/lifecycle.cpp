@@ -1,16 +1,19 @@
 #include "driver/plugin/lifecycle.h"
 
 #include "driver/io/clock.h"
+#include "driver/properties/identity.h"
+#include "driver/properties/stream_format.h"
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
 
 #include <limits>
+#include <utility>
 
 namespace {
 
 // The one item that the driver keeps in the host's storage; null when there is none. The caller releases it.
 CFPropertyListRef CopyStoredBox(AudioServerPlugInHostRef pHost) {
     CFPropertyListRef pValue = nullptr;
-    pHost->CopyFromStorage(pHost, CFSTR("box acquired"), &pValue);
+    pHost->CopyFromStorage(pHost, identity::BoxAcquiredKey(), &pValue);
     return pValue;
 }
 
@@ -29,17 +32,28 @@ void RestoreBoxAcquired(AudioServerPlugInHostRef pHost) {
     CFRelease(pValue);
 }
 
-// The same item, when it is a string, names the box. A host that initialises again replaces the earlier name.
-void RestoreBoxName(AudioServerPlugInHostRef pHost) NO_THREAD_SAFETY_ANALYSIS { // start-up: no other operation runs
+// The same item, when it is a string, names the box: the caller's reference, or null.
+CFStringRef CopyStoredBoxName(AudioServerPlugInHostRef pHost) {
     CFPropertyListRef const pValue = CopyStoredBox(pHost);
-    if (!pValue)
-        return;
-    if (CFGetTypeID(pValue) == CFStringGetTypeID()) {
-        if (gVADBoxName)
-            CFRelease(gVADBoxName);
-        gVADBoxName = static_cast<CFStringRef>(CFRetain(pValue));
-    }
+    if (!pValue || CFGetTypeID(pValue) == CFStringGetTypeID())
+        return static_cast<CFStringRef>(pValue);
     CFRelease(pValue);
+    return nullptr;
+}
+
+// Takes the reference over; null leaves the name, or the default where there is none. Under the mutex, although no
+// other operation should run yet: a host that initialises a driver in use would else free the name under a reader that
+// is about to retain it.
+void RestoreBoxName(CFStringRef szStored) {
+    CFStringRef const szDefault = identity::DefaultBoxName();
+    CFStringRef szOld = nullptr;
+    {
+        LScopedLock oLock(gVADStateMutex);
+        if (szStored || !gVADBoxName)
+            szOld = std::exchange(gVADBoxName, szStored ? szStored : szDefault);
+    }
+    if (szOld)
+        CFRelease(szOld);
 }
 
 } // namespace
@@ -69,22 +83,19 @@ ULONG LVADRelease() {
     return gVADRefCount;
 }
 
-void LVADInitialize(AudioServerPlugInHostRef pHost) NO_THREAD_SAFETY_ANALYSIS { // start-up: no other operation runs
+void LVADInitialize(AudioServerPlugInHostRef pHost) {
     gVADHost.store(pHost, std::memory_order_release);
-    if (pHost) {
+    if (pHost)
         RestoreBoxAcquired(pHost);
-        RestoreBoxName(pHost);
-    }
-    if (!gVADBoxName)
-        gVADBoxName = CFSTR("Null Box");
-    gVADHostTicksPerFrame = LVADTicksPerFrame(gVADSampleRate);
+    RestoreBoxName(pHost ? CopyStoredBoxName(pHost) : nullptr);
+    gVADHostTicksPerFrame = LVADTicksPerFrame(LVADStored<Float64, gVADSampleRate>());
 
     if (LVADPluginXPCClient* const pLink = LVADPluginXPCClient::GetInstance())
         pLink->Connect();
 }
 
 bool LVADApplySampleRate(UInt64 nSampleRate) {
-    if (nSampleRate != 44100 && nSampleRate != 48000)
+    if (!LVADIsSampleRate(static_cast<Float64>(nSampleRate)))
         return false;
     LScopedLock oLock(gVADStateMutex);
     gVADSampleRate = static_cast<Float64>(nSampleRate);
