@@ -1,13 +1,12 @@
 #include "driver/properties/changes.h"
 
 #include "driver/properties/host_reports.h"
+#include "driver/properties/identity.h"
 #include "driver/properties/stream_format.h"
 #include "driver/properties/volume_curve.h"
 #include "driver/state/object_ids.h"
 #include "driver/state/state.h"
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
-
-#include <CoreFoundation/CoreFoundation.h>
 
 #include <cmath>
 
@@ -31,7 +30,7 @@ OSStatus ChangeFlag(PropertyChange const& oChange) {
     if (!TakeValue(oChange, nValue))
         return kAudioHardwareIllegalOperationError;
     if (LVADReplaceStored<gFlag, Boolean>(nValue != 0))
-        LVADReportChanged(oChange.nObjectId, {nSelector});
+        LVADReportChanged<nSelector>(oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 
@@ -41,18 +40,20 @@ OSStatus ChangeItem(PropertyChange const& oChange) {
     if (!TakeValue(oChange, nItem) || nItem > kVADLastSelectorItem)
         return kAudioHardwareIllegalOperationError;
     if (LVADReplaceStored<gItem>(nItem))
-        LVADReportChanged(oChange.nObjectId, {kAudioSelectorControlPropertyCurrentItem});
+        LVADReportChanged<kAudioSelectorControlPropertyCurrentItem>(oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 
 // Stores and persists under one hold of the mutex, so that storage never ends up with an older state than the driver's.
 bool StoreBoxAcquired(Boolean bAcquired) {
+    CFStringRef const szKey = identity::BoxAcquiredKey(); // made, like what queueing needs, before the mutex is held
+    LVADPrepareToQueue();
     LScopedLock oLock(gVADStateMutex);
     if (gVADBoxAcquired == bAcquired)
         return false;
     gVADBoxAcquired = bAcquired;
     if (AudioServerPlugInHostRef const pHost = gVADHost.load(std::memory_order_acquire))
-        pHost->WriteToStorage(pHost, CFSTR("box acquired"), bAcquired ? kCFBooleanTrue : kCFBooleanFalse);
+        pHost->WriteToStorage(pHost, szKey, bAcquired ? kCFBooleanTrue : kCFBooleanFalse);
     LVADReportChangedSoon(kVADObject_PlugIn, kAudioPlugInPropertyDeviceList);
     return true;
 }
@@ -83,8 +84,8 @@ OSStatus ChangeVolume(PropertyChange const& oChange, Float32 (*pToScalar)(Float3
     if (!TakeValue(oChange, nValue) || std::isnan(nValue))
         return kAudioHardwareIllegalOperationError;
     if (StoreVolume(pToScalar(nValue)))
-        LVADReportChanged(oChange.nObjectId,
-                          {kAudioLevelControlPropertyScalarValue, kAudioLevelControlPropertyDecibelValue});
+        LVADReportChanged<kAudioLevelControlPropertyScalarValue, kAudioLevelControlPropertyDecibelValue>(
+            oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 
@@ -115,7 +116,7 @@ OSStatus BoxName(PropertyChange const& oChange) {
             CFRelease(gVADBoxName);
         gVADBoxName = szName;
     }
-    LVADReportChanged(oChange.nObjectId, {kAudioObjectPropertyName});
+    LVADReportChanged<kAudioObjectPropertyName>(oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 
@@ -124,7 +125,7 @@ OSStatus BoxAcquired(PropertyChange const& oChange) {
     if (!TakeValue(oChange, nValue))
         return kAudioHardwareIllegalOperationError;
     if (StoreBoxAcquired(nValue != 0))
-        LVADReportChanged(oChange.nObjectId, {kAudioBoxPropertyAcquired, kAudioBoxPropertyDeviceList});
+        LVADReportChanged<kAudioBoxPropertyAcquired, kAudioBoxPropertyDeviceList>(oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 
@@ -138,7 +139,7 @@ OSStatus SampleRate(PropertyChange const& oChange) {
     if (!TakeValue(oChange, nSampleRate) || !LVADIsSampleRate(nSampleRate))
         return kAudioHardwareIllegalOperationError;
     if (RequestOtherSampleRate(nSampleRate))
-        LVADReportChanged(oChange.nObjectId, {kAudioDevicePropertyNominalSampleRate});
+        LVADReportChanged<kAudioDevicePropertyNominalSampleRate>(oChange.nObjectId);
     return kAudioHardwareNoError;
 }
 

@@ -1,18 +1,38 @@
 // What the driver tells its host: changed addresses and requests. Every address has global scope and the main element.
 // Without a host (before Initialize) nothing is told; what the host answers is not looked at. Any thread, no lock held
-// but as said. Work queued here still runs before the bundle's code is unloaded: unloading waits for it.
+// but as said.
+//
+// Work queued here runs before the bundle's code goes away: unloading, and the process's exit, wait while any is
+// pending, which after an identify is up to two seconds; where there ever was an identify, they take a tenth of a
+// second in any case. They give up after three seconds of real time, so that a host that ends the process from inside a
+// report does end; one that unloads the bundle with its clock slowed below two thirds, or held, has to let the delayed
+// reports run first. What is queued after that wait has begun may come too late for the host, but finds all that it
+// needs.
 #pragma once
 
 #include "driver/state/state.h"
 
-#include <initializer_list>
+constexpr AudioObjectPropertyAddress LVADMainAddress(AudioObjectPropertySelector nSelector) {
+    return {nSelector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+}
 
-// Tells the host, on this thread, that one or two properties of the object changed.
-void LVADReportChanged(AudioObjectID nObjectId, std::initializer_list<AudioObjectPropertySelector> lSelectors)
+// Tells the host, on this thread, that the properties at nAddresses addresses of the object changed.
+void LVADReportAddresses(AudioObjectID nObjectId, UInt32 nAddresses, AudioObjectPropertyAddress const* lAddresses)
     EXCLUDES(gVADStateMutex);
 
-// Tells the host so of one property from the default-priority global queue: soon, or nDelay_ns from now. May be called
-// with gVADStateMutex held.
+// The same of one or two selectors, in their order.
+template <AudioObjectPropertySelector... nSelectors>
+void LVADReportChanged(AudioObjectID nObjectId) EXCLUDES(gVADStateMutex) {
+    static_assert(sizeof...(nSelectors) == 1 || sizeof...(nSelectors) == 2);
+    constexpr AudioObjectPropertyAddress lAddresses[] = {LVADMainAddress(nSelectors)...};
+    LVADReportAddresses(nObjectId, sizeof...(nSelectors), lAddresses);
+}
+
+// Makes what queueing needs, once. Whoever queues with gVADStateMutex held calls it first, without.
+void LVADPrepareToQueue() EXCLUDES(gVADStateMutex);
+
+// Tells the host so of one property from the default-priority global queue: soon, or nDelay_ns of the host clock from
+// now. The first may be called with gVADStateMutex held.
 void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector);
 void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector);
 
