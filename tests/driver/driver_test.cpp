@@ -2,14 +2,22 @@
 
 #include "driver/io/clock.h"
 #include "driver/plugin/factory.h"
+#include "driver/plugin/interface.h"
 #include "driver/state/state.h"
 #include "platform/testing/clock.h"
+#include "platform/testing/quiesce.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 constexpr UInt32 kUnset = 0xA5A5A5A5;
+
+FakeHost& Of(AudioServerPlugInHostRef pHost) {
+    return *static_cast<FakeHost*>(const_cast<AudioServerPlugInHostInterface*>(pHost));
+}
 
 void const* DataOf(Bytes const& lBytes) {
     return lBytes.empty() ? nullptr : lBytes.data();
@@ -21,34 +29,92 @@ UInt32 SizeOf(Bytes const& lBytes) {
 
 } // namespace
 
+std::string CodeText(UInt32 nCode) {
+    return {static_cast<char>(nCode >> 24), static_cast<char>(nCode >> 16), static_cast<char>(nCode >> 8),
+            static_cast<char>(nCode)};
+}
+
+std::string TakeText(Bytes const& lReference) {
+    CFStringRef szText = nullptr;
+    if (lReference.size() != sizeof szText)
+        return "(no reference)";
+    std::memcpy(&szText, lReference.data(), sizeof szText);
+    char lBuffer[256] = "(null)";
+    if (szText) {
+        CFStringGetCString(szText, lBuffer, sizeof lBuffer, kCFStringEncodingUTF8);
+        CFRelease(szText); // harmless to a constant one
+    }
+    return lBuffer;
+}
+
+// The driver looks at no result, so what does not copy out fails.
+FakeHost::FakeHost() : AudioServerPlugInHostInterface{} {
+    PropertiesChanged = [](AudioServerPlugInHostRef pHost, AudioObjectID nObject, UInt32 nAddresses,
+                           AudioObjectPropertyAddress const* lAddresses) -> OSStatus {
+        std::string szEvent = std::to_string(nObject);
+        for (UInt32 n = 0; n < nAddresses; ++n)
+            szEvent += (lAddresses[n].mScope == 'glob' && lAddresses[n].mElement == 0 ? " " : " elsewhere ") +
+                       CodeText(lAddresses[n].mSelector);
+        AudioObjectPropertyAddress const oAcquired = At('bxon');
+        UInt32 nAcquired = 0, nSize = 0; // a host may read from inside the report: no lock is held there
+        gVADDriverRef->GetPropertyData(&gVADDriverRef, 2, 0, &oAcquired, 0, nullptr, 4, &nSize, &nAcquired);
+        Of(pHost).Add(nSize == 4 ? szEvent : "unreadable");
+        return kAudioHardwareUnspecifiedError;
+    };
+    CopyFromStorage = [](AudioServerPlugInHostRef pHost, CFStringRef szKey, CFPropertyListRef* ppValue) -> OSStatus {
+        EXPECT_TRUE(CFEqual(szKey, CFSTR("box acquired")));
+        *ppValue = Of(pHost).pStored ? CFRetain(Of(pHost).pStored) : nullptr;
+        return kAudioHardwareNoError;
+    };
+    WriteToStorage = [](AudioServerPlugInHostRef pHost, CFStringRef szKey, CFPropertyListRef pValue) -> OSStatus {
+        EXPECT_TRUE(CFEqual(szKey, CFSTR("box acquired")));
+        Of(pHost).Store(CFRetain(pValue));
+        Of(pHost).Add(pValue == kCFBooleanTrue ? "store 1" : pValue == kCFBooleanFalse ? "store 0" : "store nonsense");
+        return kAudioHardwareUnspecifiedError;
+    };
+    RequestDeviceConfigurationChange = [](AudioServerPlugInHostRef pHost, AudioObjectID nDevice, UInt64 nAction,
+                                          void* pInfo) -> OSStatus {
+        Of(pHost).Add("change " + std::to_string(nAction) + (nDevice == 3 && !pInfo ? "" : " (wrong)"));
+        return kAudioHardwareUnspecifiedError;
+    };
+}
+
+FakeHost::~FakeHost() {
+    Store(nullptr);
+}
+
+void FakeHost::Add(std::string szEvent) {
+    std::lock_guard oLock(mtx);
+    lEvents.push_back(std::move(szEvent));
+    oAdded.notify_all();
+}
+
+// Sorted: queued reports come in no order with a call's own.
+FakeHost::Events FakeHost::TakeEvents(size_t nCount) {
+    PlatformQuiesce();
+    std::unique_lock oLock(mtx);
+    oAdded.wait_for(oLock, std::chrono::seconds(10), [&] { return lEvents.size() >= nCount; });
+    std::sort(lEvents.begin(), lEvents.end());
+    return std::exchange(lEvents, {});
+}
+
+void FakeHost::Store(CFTypeRef pValue) {
+    std::lock_guard oLock(mtx);
+    if (CFTypeRef const pOld = std::exchange(pStored, pValue))
+        CFRelease(pOld);
+}
+
 void Driver::SetUp() {
     pDriver = static_cast<AudioServerPlugInDriverRef>(LVirtualAudioDevice_Create(nullptr, kAudioServerPlugInTypeUUID));
     ASSERT_NE(pDriver, nullptr);
     gVADHost = oHost.Ref();
-    gVADRefCount = 0;
     gVADBoxName = CFSTR("Null Box");
-    gVADBoxAcquired = true;
-    gVADSampleRate = 44100.0;
     gVADHostTicksPerFrame = LVADTicksPerFrame(44100.0);
-    gVADOutputStreamActive = true;
-    gVADIORunningCount = 0;
-    gVADNumberTimeStamps = 0;
-    gVADAnchorHostTime = 0;
-    gVADOutputVolume = 0.0f;
-    gVADOutputMute = false;
-    gVADDataSourceValue = gVADDataDestinationValue = 0;
 }
 
 void Driver::TearDown() {
     TestClockReset();
     gVADHost = nullptr;
-    if (gVADBoxName)
-        CFRelease(gVADBoxName);
-    gVADBoxName = nullptr;
-}
-
-bool Driver::Has(AudioObjectID nObject, AudioObjectPropertyAddress const& oAddress) {
-    return (*pDriver)->HasProperty(pDriver, nObject, 0, &oAddress);
 }
 
 Answer Driver::Size(AudioObjectID nObject, AudioObjectPropertyAddress const& oAddress, Bytes const& lQualifier) {
@@ -83,17 +149,4 @@ OSStatus Driver::Set(AudioObjectID nObject, UInt32 nSelector, Bytes const& lData
     AudioObjectPropertyAddress const oAddress = At(nSelector, 'inpt', 7);
     return (*pDriver)->SetPropertyData(pDriver, nObject, 0, &oAddress, SizeOf(lQualifier), DataOf(lQualifier),
                                        SizeOf(lData), DataOf(lData));
-}
-
-std::string TakeText(Bytes const& lReference) {
-    CFStringRef szText = nullptr;
-    if (lReference.size() != sizeof szText)
-        return "(no reference)";
-    std::memcpy(&szText, lReference.data(), sizeof szText);
-    if (!szText)
-        return "(null)";
-    char lBuffer[256] = "(too long)";
-    CFStringGetCString(szText, lBuffer, sizeof lBuffer, kCFStringEncodingUTF8);
-    CFRelease(szText); // harmless to a constant one
-    return lBuffer;
 }
