@@ -1,13 +1,14 @@
 #include "runtime/sync/named_signal.h"
 
+#include "base/cf_ref.h"
 #include "base/fixed_text.h"
 #include "runtime/sync/signal_object.h"
 
+#include <Foundation/Foundation.h>
+
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,16 +32,26 @@ bool StaysBelow(char const* szName) noexcept {
     }
 }
 
-void AddHomeFolder(LFixedWriter& oPath) noexcept {
-    char const* const szHome = std::getenv("HOME");
-    if (szHome && szHome[0] == '/') {
-        oPath.Add(szHome);
+using FolderText = char[LSignalName::kMaxPath + 1]; // a folder that doesn't fit has no names that do
+
+bool GetText(CFStringRef text, FolderText& szOut) noexcept {
+    return text && CFStringGetCString(text, szOut, sizeof szOut, kCFStringEncodingUTF8);
+}
+
+// Adds nothing when the user has no such folder. The system is asked, and not HOME: within a sandbox the folder is the
+// container's.
+void AddSupportFolder(LFixedWriter& oPath) noexcept {
+    FolderText szFolder;
+    LCFOwner<CFArrayRef> const found(
+        NSSearchPathForDirectoriesInDomains(NSApplicationSupportDirectory, NSUserDomainMask, true));
+    if (found && CFArrayGetCount(found.Get()) > 0 &&
+        GetText(static_cast<CFStringRef>(CFArrayGetValueAtIndex(found.Get(), 0)), szFolder)) {
+        oPath.Add(szFolder);
         return;
     }
-    char arBuffer[4096];
-    passwd oUser, *pUser = nullptr;
-    if (getpwuid_r(getuid(), &oUser, arBuffer, sizeof arBuffer, &pUser) == 0 && pUser)
-        oPath.Add(pUser->pw_dir);
+    LCFOwner<CFStringRef> const home(NSHomeDirectory());
+    if (GetText(home.Get(), szFolder))
+        oPath.Add(szFolder).Add("/Library/Application Support");
 }
 
 void ReadAway(int hSocket) noexcept {
@@ -61,10 +72,10 @@ void SetFlags(int hSocket) noexcept {
 
 LSignalName::LSignalName(char const* szName) noexcept {
     LFixedWriter oPath(szPath);
-    AddHomeFolder(oPath);
-    nHomeLength = oPath.Length();
-    oPath.Add("/Library/Application Support/").Add(szName);
-    if (nHomeLength == 0 || oPath.WasCut() || !StaysBelow(szName)) {
+    AddSupportFolder(oPath);
+    bool const bFolder = oPath.Length() > 0;
+    oPath.Add('/').Add(szName);
+    if (!bFolder || oPath.WasCut() || !StaysBelow(szName)) {
         szPath[0] = '\0';
         return;
     }
@@ -72,16 +83,14 @@ LSignalName::LSignalName(char const* szName) noexcept {
     std::memcpy(oAddress.sun_path, szPath, oPath.Length());
 }
 
-bool LSignalName::MakeFolder() const noexcept {
+void LSignalName::MakeFolder() const noexcept {
     char szFolder[sizeof szPath];
     std::memcpy(szFolder, szPath, sizeof szPath);
-    for (char* pSlash = std::strchr(szFolder + nHomeLength + 1, '/'); pSlash; pSlash = std::strchr(pSlash + 1, '/')) {
+    for (char* pSlash = std::strchr(szFolder + 1, '/'); pSlash; pSlash = std::strchr(pSlash + 1, '/')) {
         *pSlash = '\0';
-        if (mkdir(szFolder, 0777) != 0 && errno != EEXIST)
-            return false;
+        mkdir(szFolder, 0777);
         *pSlash = '/';
     }
-    return true;
 }
 
 bool LSignalName::Bind(int hSocket) const noexcept {
@@ -111,8 +120,9 @@ LFileDescriptor LSignalName::MakeSocket() noexcept {
 }
 
 LSignalObjectNamedWaiter::LSignalObjectNamedWaiter(char const* szName) noexcept : oName(szName) {
-    if (!oName.IsValid() || !oName.MakeFolder())
+    if (!oName.IsValid())
         return;
+    oName.MakeFolder();
     LFileDescriptor hSocket = LSignalName::MakeSocket();
     if (!hSocket.IsOpen())
         return;
@@ -120,8 +130,10 @@ LSignalObjectNamedWaiter::LSignalObjectNamedWaiter(char const* szName) noexcept 
     if (!oName.Bind(hSocket.Get()))
         return;
     struct stat oFile;
-    if (listen(hSocket.Get(), kBacklog) != 0 || stat(oName.GetPath(), &oFile) != 0)
+    if (listen(hSocket.Get(), kBacklog) != 0 || lstat(oName.GetPath(), &oFile) != 0) {
+        unlink(oName.GetPath());
         return;
+    }
     nFileDevice = oFile.st_dev;
     nFileNumber = oFile.st_ino;
     hListening = std::move(hSocket);

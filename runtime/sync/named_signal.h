@@ -18,12 +18,12 @@ public:
 
     explicit LSignalName(char const* szName) noexcept;
 
-    // False when the name was refused, or the user has no home folder.
+    // False when the name was refused, or the user has no such folder.
     bool IsValid() const noexcept { return szPath[0] != '\0'; }
     char const* GetPath() const noexcept { return szPath; } // "" when not valid
 
-    // Makes the folders below the home folder that are missing. False when one can't be made.
-    bool MakeFolder() const noexcept;
+    // Makes the folders that are missing. No report: where one can't be made, Bind fails.
+    void MakeFolder() const noexcept;
 
     bool Bind(int hSocket) const noexcept;
     bool Connect(int hSocket) const noexcept;
@@ -36,7 +36,6 @@ public:
 
 private:
     sockaddr_un oAddress{};
-    std::size_t nHomeLength = 0;
     char szPath[kMaxPath + 1] = ""; // the same with the NUL that an address may lack
 };
 
