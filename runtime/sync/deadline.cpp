@@ -6,7 +6,6 @@
 #include <ctime>
 
 using std::chrono::ceil;
-using std::chrono::floor;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -22,15 +21,12 @@ bool LDeadline::HasPassed() const noexcept {
 unsigned int LDeadline::TimeLeft() const noexcept {
     if (!bLimited)
         return kLNoTimeout;
-    auto const nLeft = floor<milliseconds>(tEnd - steady_clock::now()).count();
+    auto const nLeft = ceil<milliseconds>(tEnd - steady_clock::now()).count();
     return static_cast<unsigned int>(std::max<long long>(nLeft, 0));
 }
 
 int LDeadline::PollTimeout() const noexcept {
-    if (!bLimited)
-        return -1;
-    auto const nLeft = ceil<milliseconds>(tEnd - steady_clock::now()).count();
-    return static_cast<int>(std::clamp<long long>(nLeft, 0, INT_MAX));
+    return bLimited ? static_cast<int>(std::min<unsigned int>(TimeLeft(), INT_MAX)) : -1;
 }
 
 void LSleep(unsigned int nMilliseconds) noexcept {

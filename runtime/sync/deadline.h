@@ -12,10 +12,11 @@ public:
 
     bool HasPassed() const noexcept;
 
-    // Whole milliseconds that are left, rounded down; kLNoTimeout when there is no limit.
+    // Milliseconds that are left: the timeout less the whole ones that have passed, so that a wait for them is not
+    // early and a timeout of 1 is one; 0 only when none is left. kLNoTimeout when there is no limit.
     unsigned int TimeLeft() const noexcept;
 
-    // The same as poll wants it: rounded up, so that poll is not early; -1 when there is no limit; cut at INT_MAX.
+    // The same as poll wants it: -1 when there is no limit; cut at INT_MAX.
     int PollTimeout() const noexcept;
 
 private:

@@ -8,8 +8,10 @@ int LDetachedThread::StartDetached(LDetachedThreadsOwner& oOwner, int nWantedPri
     pOwner = &oOwner;
     if (int const nError = CreateThread(nWantedPriority, _ThreadCallback); nError != 0)
         return nError;
+    if (int const nWait = ProcessWaitSignalForever(oStarted); nWait != eWaitSignaled)
+        return nWait;
     SetPriority(nWantedPriority);
-    return ProcessWaitSignalForever(oStarted);
+    return 0;
 }
 
 // Looks itself up before its end is signalled. After that it may be deleted any time, and another thread be listed

@@ -17,8 +17,8 @@ public:
     explicit LDetachedThread(char const* szName) noexcept : LThread(szName) {}
 
     // Starts the thread; unlike Start it does not look whether it runs. 0; or the error number of pthread_create; or
-    // eWaitStopped when a stop was requested meanwhile (the thread runs all the same, and sees the request). Once this
-    // has returned, a listed thread may be gone.
+    // eWaitStopped when a stop was requested meanwhile (the thread runs all the same, without the priority, and sees
+    // the request). Once this has returned, a listed thread may be gone.
     int StartDetached(LDetachedThreadsOwner& oOwner, int nPriority);
 
     static void* _ThreadCallback(void* pThread);
