@@ -44,74 +44,46 @@ private:
     std::function<void(LProcessInterface&)> oBody;
 };
 
-// What arrives of a body's reports, when the main thread comes to them after the body has ended.
-Texts TellOf(std::function<void(LProcessInterface&)> const& oBody) {
-    Target oTarget;
-    Worker oWorker(oTarget, oBody);
-    oWorker.Start(31);
-    oWorker.StopThreadNow();
-    RunMainLoopDry();
-    return oTarget.lTold;
-}
-
 } // namespace
 
 TEST(ThreadNotifyInterface, ReportsArriveOnTheMainThreadInOrder) {
     std::string const szLong(300, 'x');
-    struct {
-        char const* szName;
-        std::function<void(LProcessInterface&)> oBody;
-        Texts lExpected;
-    } const arRows[] = {
-        {"errors are carried whole, each",
-         [&](auto& o) {
-             o.SetError("a");
-             o.SetErrorF("%s", szLong.c_str());
-             o.SetError("");
-         },
-         {"error a", "error " + szLong, "error "}},
-        {"of a status line the latest text is shown",
-         [](auto& o) {
-             o.SetStatus("A", 0);
-             o.SetStatusF(0, "%c", 'B');
-             o.SetStatus("C", 1);
-         },
-         {"status 0 B", "status 0 B", "status 1 C"}},
-        {"status texts are cut",
-         [&](auto& o) { o.SetStatus(szLong.c_str(), 1); },
-         {"status 1 " + szLong.substr(0, 259)}},
-        {"there are two status lines",
-         [](auto& o) {
-             o.SetStatus("A", 2);
-             o.SetStatus("A", -1);
-         },
-         {}},
-        {"progress is whole percent",
-         [](auto& o) {
-             for (double f : {0.0, 0.505, 1.0, -0.5, std::nan(""), 1e300})
-                 o.SetProgress(f);
-         },
-         {"progress 0.000000", "progress 0.500000", "progress 1.000000", "progress 0.000000", "progress 0.000000",
-          "progress 21474836.470000"}},
-        {"in order",
-         [](auto& o) {
-             o.SetProgressIndeterminateOn();
-             o.SetError("a");
-             o.SetProgressIndeterminateOff();
-         },
-         {"on", "error a", "off"}},
-    };
-    for (auto const& oRow : arRows)
-        EXPECT_EQ(TellOf(oRow.oBody), oRow.lExpected) << oRow.szName;
-}
-
-TEST(ThreadNotifyInterface, CodesThatNobodyPostsAreIgnored) {
     Target oTarget;
-    Worker oWorker(oTarget, [](auto&) {});
+    Worker oWorker(oTarget, [&](LProcessInterface& o) {
+        o.SetError("a");
+        o.SetErrorF("%s", szLong.c_str());
+        o.SetStatus("A", 0);
+        o.SetStatusF(0, "%c", 'B');
+        o.SetStatus(szLong.c_str(), 1);
+        o.SetStatus("no such line", 2);
+        o.SetStatus("nor this", -1);
+        o.SetProgressIndeterminateOn();
+        for (double f : {0.0, 0.505, 1.0, -0.5, std::nan(""), 1e300})
+            o.SetProgress(f);
+        o.SetProgressIndeterminateOff();
+        o.SetError("");
+    });
+    oWorker.Start(31);
+    oWorker.StopThreadNow();
+    RunMainLoopDry(); // late: of each status line the latest text is there
+    Texts const lExpected = {"error a",
+                             "error " + szLong,
+                             "status 0 B",
+                             "status 0 B",
+                             "status 1 " + szLong.substr(0, 259),
+                             "on",
+                             "progress 0.000000",
+                             "progress 0.500000",
+                             "progress 1.000000",
+                             "progress 0.000000",
+                             "progress 0.000000",
+                             "progress 21474836.470000",
+                             "off",
+                             "error "};
+    EXPECT_EQ(oTarget.lTold, lExpected);
     oWorker.EvQueuedNotifyData(0, nullptr, 7); // an error without a text
-    for (unsigned int nCode : {6u, 7u, 0xFFFFFFFFu})
-        oWorker.EvQueuedNotifyData(nCode, "text", 5);
-    EXPECT_EQ(oTarget.lTold, Texts());
+    oWorker.EvQueuedNotifyData(6, "text", 5);  // a code that nobody posts
+    EXPECT_EQ(oTarget.lTold, lExpected);
 }
 
 TEST(ThreadNotifyInterface, GoesWhileItsBodyReports) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <iterator>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <thread>
@@ -12,39 +13,29 @@
 namespace {
 
 // Each form of waiting for an event, among two that are never signalled.
-struct WaitForm {
-    char const* szName;
-    bool (*pWait)(LSignalObject& oSignal, LSignalObject& oA, LSignalObject& oB, unsigned int nTimeout);
-};
-
-constexpr WaitForm kWaitForms[] = {
-    {"single", [](auto& o, auto&, auto&, unsigned int n) { return o.WaitSignal(n); }},
-    {"first of two", [](auto& o, auto& oA, auto&, unsigned int n) { return o.WaitSignalDual(oA, n); }},
-    {"second of two", [](auto& o, auto& oA, auto&, unsigned int n) { return oA.WaitSignalDual(o, n); }},
-    {"first of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return o.WaitSignalTriple(oA, oB, n); }},
-    {"second of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(o, oB, n); }},
-    {"third of three", [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(oB, o, n); }},
-    {"in a group",
-     [](auto& o, auto& oA, auto&, unsigned int n) {
-         LSignalObjectGroup oGroup;
-         oGroup.Add(oA);
-         oGroup.Add(o);
-         return oGroup.Select(n);
-     }},
+using Wait = bool (*)(LSignalObject& oSignal, LSignalObject& oA, LSignalObject& oB, unsigned int nTimeout);
+constexpr Wait kWaits[] = {
+    [](auto& o, auto&, auto&, unsigned int n) { return o.WaitSignal(n); },
+    [](auto& o, auto& oA, auto&, unsigned int n) { return o.WaitSignalDual(oA, n); },
+    [](auto& o, auto& oA, auto&, unsigned int n) { return oA.WaitSignalDual(o, n); },
+    [](auto& o, auto& oA, auto& oB, unsigned int n) { return o.WaitSignalTriple(oA, oB, n); },
+    [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(o, oB, n); },
+    [](auto& o, auto& oA, auto& oB, unsigned int n) { return oA.WaitSignalTriple(oB, o, n); },
 };
 
 } // namespace
 
 TEST(SignalObject, StaysSignalledThroughWaitsUntilReset) {
-    for (auto const& oForm : kWaitForms) {
+    for (std::size_t nWait = 0; nWait < std::size(kWaits); ++nWait) {
+        SCOPED_TRACE(nWait);
         LSignalObject oSignal, oA, oB;
-        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 0)) << oForm.szName;
-        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 2)) << oForm.szName;
+        EXPECT_FALSE(kWaits[nWait](oSignal, oA, oB, 0));
+        EXPECT_FALSE(kWaits[nWait](oSignal, oA, oB, 2));
         oSignal.Signal();
         for (unsigned int nTimeout : {0u, 1u, 0x80000000u, kLNoTimeout, 0u})
-            EXPECT_TRUE(oForm.pWait(oSignal, oA, oB, nTimeout)) << oForm.szName << ", timeout " << nTimeout;
+            EXPECT_TRUE(kWaits[nWait](oSignal, oA, oB, nTimeout)) << "timeout " << nTimeout;
         oSignal.Reset();
-        EXPECT_FALSE(oForm.pWait(oSignal, oA, oB, 0)) << oForm.szName;
+        EXPECT_FALSE(kWaits[nWait](oSignal, oA, oB, 0));
     }
 }
 
@@ -63,23 +54,19 @@ TEST(SignalObject, WaitGoesOnAfterASignalHandler) {
     oHandler.sa_handler = [](int) {};
     sigaction(SIGUSR1, &oHandler, &oBefore); // no SA_RESTART
     LSignalObject oSignal, oWaiting;
-    for (unsigned int nTimeout : {kLNoTimeout, 100'000u}) {
-        bool bSignaled = false;
-        std::thread oWaiter([&] {
-            oWaiting.Signal();
-            bSignaled = oSignal.WaitSignal(nTimeout);
-        });
-        oWaiting.WaitSignal(kLNoTimeout);
-        for (int n = 0; n < 200; ++n) {
-            pthread_kill(oWaiter.native_handle(), SIGUSR1);
-            std::this_thread::yield();
-        }
-        oSignal.Signal();
-        oWaiter.join();
-        EXPECT_TRUE(bSignaled) << "timeout " << nTimeout;
-        oSignal.Reset();
-        oWaiting.Reset();
+    bool bSignaled = false;
+    std::thread oWaiter([&] {
+        oWaiting.Signal();
+        bSignaled = oSignal.WaitSignal(100'000);
+    });
+    oWaiting.WaitSignal(kLNoTimeout);
+    for (int n = 0; n < 200; ++n) {
+        pthread_kill(oWaiter.native_handle(), SIGUSR1);
+        std::this_thread::yield();
     }
+    oSignal.Signal();
+    oWaiter.join();
+    EXPECT_TRUE(bSignaled);
     sigaction(SIGUSR1, &oBefore, nullptr);
 }
 
@@ -120,31 +107,21 @@ TEST(SignalObject, TenThousandLeaveNothingBehind) {
 }
 
 TEST(SignalObjectGroup, IsEmptyFull256AndGrowsInOrder) {
-    LSignalObject oFiller, oLate;
-    LSignalObjectGroup oGroup;
+    LSignalObject oFiller, oA, oB;
+    LSignalObjectGroup oGroup, oPair;
     EXPECT_FALSE(oGroup.Select(kLNoTimeout)) << "an empty group";
-    for (int n = 0; n < LSignalObjectGroup::kMaxCount; ++n)
-        oGroup.Add(oFiller);
-    oLate.Signal();
-    oGroup.Add(oLate);
-    EXPECT_EQ(oGroup.GetCount(), 256);
-    EXPECT_FALSE(oGroup.IsSignaled()) << "the 257th member was taken";
-    oFiller.Signal();
-    EXPECT_TRUE(oGroup.IsSignaled());
-}
-
-TEST(SignalObjectGroup, TakesOfAnotherGroupWhatFits) {
-    LSignalObject oA, oB, oFiller;
-    LSignalObjectGroup oPair;
     oPair.Add(oA);
     oPair.Add(oB);
-    LSignalObjectGroup oGroup;
-    for (int n = 0; n < 255; ++n)
-        oGroup.Add(oFiller);
-    oGroup.Add(oPair);
-    EXPECT_EQ(oGroup.GetCount(), 256);
-    EXPECT_TRUE(oGroup.EndsWith(oA)) << "of the pair only the first fits";
     oPair.Add(oPair);
     EXPECT_EQ(oPair.GetCount(), 4);
     EXPECT_TRUE(oPair.EndsWith(oB));
+    for (int n = 0; n < 255; ++n)
+        oGroup.Add(oFiller);
+    oGroup.Add(oPair); // of which only the first fits
+    EXPECT_EQ(oGroup.GetCount(), 256);
+    oB.Signal();
+    oGroup.Add(oB);
+    EXPECT_FALSE(oGroup.IsSignaled()) << "the 257th member was taken";
+    oA.Signal();
+    EXPECT_TRUE(oGroup.IsSignaled());
 }

@@ -1,3 +1,4 @@
+#include "runtime/threads/detached_thread.h"
 #include "runtime/threads/thread.h"
 
 #include "platform/testing/threads.h"
@@ -18,6 +19,7 @@ public:
     ~Worker() override { StopThreadNow(); }
     void ThreadProc() override { oBody(*this); }
 
+    using LThread::hThread;
     using LThread::nMachThread;
 
 private:
@@ -28,56 +30,39 @@ void UntilStopped(Worker& oSelf) {
     oSelf.ProcessWaitUntilStopped();
 }
 
-// While it lives, no thread can be made: none has room for its stack.
-class NoMoreThreads {
+class Doomed : public LDetachedThread {
 public:
-    NoMoreThreads() {
-        pthread_getattr_default_np(&oBefore);
-        pthread_attr_t oHuge;
-        pthread_attr_init(&oHuge);
-        pthread_attr_setstacksize(&oHuge, std::size_t{1} << 47);
-        pthread_setattr_default_np(&oHuge);
-    }
-    ~NoMoreThreads() { pthread_setattr_default_np(&oBefore); }
+    explicit Doomed(std::atomic<int>& o) : nDeleted(o) {}
+    ~Doomed() override { ++nDeleted; }
+    void ThreadProc() override {}
 
 private:
-    pthread_attr_t oBefore;
+    std::atomic<int>& nDeleted;
 };
 
 } // namespace
 
 TEST(Thread, StopRequestLastsFromStopToTheNextStart) {
-    Worker oWorker(UntilStopped);
-    EXPECT_FALSE(oWorker.IsToStop());
-    EXPECT_FALSE(oWorker.IsRunning());
-    for (int n = 0; n < 3; ++n) {
-        oWorker.Start(31);
-        EXPECT_TRUE(oWorker.IsRunning());
-        EXPECT_FALSE(oWorker.IsToStop());
-        EXPECT_FALSE(oWorker.ProcessWait(1));
-        EXPECT_FALSE(oWorker.GetEnded().IsSignaled());
-        oWorker.StopThreadSoon();
-        EXPECT_TRUE(oWorker.GetEnded().WaitSignal(kLNoTimeout));
-        EXPECT_FALSE(oWorker.IsRunning());
-        EXPECT_TRUE(oWorker.IsToStop());
-        EXPECT_TRUE(oWorker.ProcessWait(kLNoTimeout));
-    }
-}
-
-TEST(Thread, SecondStartOfARunningThreadIsIgnored) {
     std::atomic<int> nRuns{0};
     Worker oWorker([&](Worker& oSelf) {
         ++nRuns;
         oSelf.ProcessWaitUntilStopped();
     });
-    oWorker.Start(31);
-    oWorker.Start(31);
-    oWorker.StopThreadNow();
-    EXPECT_EQ(nRuns, 1);
+    EXPECT_FALSE(oWorker.IsToStop() || oWorker.IsRunning());
+    for (int n = 0; n < 3; ++n) {
+        oWorker.Start(31);
+        oWorker.Start(31); // runs already: nothing
+        EXPECT_FALSE(oWorker.IsToStop() || oWorker.ProcessWait(1));
+        EXPECT_TRUE(oWorker.IsRunning() && !oWorker.GetEnded().IsSignaled());
+        oWorker.StopThreadSoon();
+        EXPECT_TRUE(oWorker.GetEnded().WaitSignal(kLNoTimeout));
+        EXPECT_TRUE(oWorker.IsToStop() && oWorker.ProcessWait(kLNoTimeout));
+        EXPECT_FALSE(oWorker.IsRunning());
+    }
+    EXPECT_EQ(nRuns, 3);
 }
 
-TEST(Thread, StopWinsOverASignalAndFailedWaitsAreTimeouts) {
-    LSignalObject oSignal;
+TEST(Thread, StopWinsOverASignalAlsoInAFullGroup) {
     struct {
         bool bSignal, bStop;
         LWaitResult nExpected;
@@ -87,103 +72,70 @@ TEST(Thread, StopWinsOverASignalAndFailedWaitsAreTimeouts) {
                         {true, true, eWaitStopped}};
     for (auto const& oRow : arRows) {
         Worker oWorker(UntilStopped);
+        LSignalObject oSignal;
         if (oRow.bStop)
             oWorker.StopThreadSoon();
         if (oRow.bSignal)
             oSignal.Signal();
-        LSignalObjectGroup oGroup;
-        oGroup.Add(oSignal);
         EXPECT_EQ(oWorker.ProcessWaitSignal(oSignal, 0), oRow.nExpected);
-        EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroup(oGroup, 0), oRow.nExpected);
-        if (oRow.nExpected != eWaitTimeout) {
-            EXPECT_EQ(oWorker.ProcessWaitSignalForever(oSignal), oRow.nExpected);
-            EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroupForever(oGroup), oRow.nExpected);
-        }
-        oSignal.Reset();
+        LSignalObjectGroup oGroup;
+        for (int n = 0; n < 255; ++n) // which leaves one place for the stop request
+            oGroup.Add(oSignal);
+        for (int n = 0; n < 2; ++n)
+            EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroup(oGroup, 0), oRow.nExpected);
+        EXPECT_EQ(oGroup.GetCount(), 256);
     }
-}
-
-TEST(Thread, GroupOf255KeepsOnePlaceForTheStopRequest) {
-    LSignalObject oSignal;
-    LSignalObjectGroup oGroup;
-    for (int n = 0; n < 255; ++n)
-        oGroup.Add(oSignal);
-    Worker oWorker(UntilStopped);
-    for (int n = 0; n < 3; ++n)
-        EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroup(oGroup, 0), eWaitTimeout);
-    EXPECT_EQ(oGroup.GetCount(), 256);
-    oSignal.Signal();
-    EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroup(oGroup, 0), eWaitSignaled);
-    oWorker.StopThreadSoon();
-    EXPECT_EQ(oWorker.ProcessWaitSignalObjectGroup(oGroup, 0), eWaitStopped);
 }
 
 TEST(Thread, PrioritiesReachTheSystem) {
-    struct Seen {
-        int nPriority, nPolicy;
-        boolean_t bDefault;
-        thread_time_constraint_policy oPolicy;
-    } oSeen;
-    LSignalObject oLook, oLooked;
-    Worker oWorker([&](Worker& oSelf) {
-        while (oSelf.ProcessWaitSignalForever(oLook) == eWaitSignaled) {
-            oLook.Reset();
-            sched_param oParameters;
-            pthread_getschedparam(pthread_self(), &oSeen.nPolicy, &oParameters);
-            oSeen.nPriority = oParameters.sched_priority;
-            mach_msg_type_number_t nCount = THREAD_TIME_CONSTRAINT_POLICY_COUNT;
-            oSeen.bDefault = 0;
-            thread_policy_get(pthread_mach_thread_np(pthread_self()), THREAD_TIME_CONSTRAINT_POLICY,
-                              reinterpret_cast<thread_policy_t>(&oSeen.oPolicy), &nCount, &oSeen.bDefault);
-            oLooked.Signal();
-        }
-    });
-    auto const oLookNow = [&] {
-        oLook.Signal();
-        oLooked.WaitSignal(kLNoTimeout);
-        oLooked.Reset();
-        return oSeen;
-    };
+    Worker oWorker(UntilStopped);
     oWorker.SetPriority(kLRealTimePriority); // no thread: nothing
     oWorker.Start(40);
-    Seen const oBegin = oLookNow();
-    EXPECT_EQ(oBegin.nPolicy, SCHED_OTHER);
-    EXPECT_EQ(oBegin.nPriority, 40);
-    EXPECT_TRUE(oBegin.bDefault);
+    auto const oPriority = [&] {
+        int nPolicy;
+        sched_param oParameters;
+        pthread_getschedparam(oWorker.hThread, &nPolicy, &oParameters);
+        return nPolicy == SCHED_OTHER ? oParameters.sched_priority : -1;
+    };
+    boolean_t bDefault;
+    auto const oPolicy = [&] {
+        thread_time_constraint_policy oFound;
+        mach_msg_type_number_t nCount = THREAD_TIME_CONSTRAINT_POLICY_COUNT;
+        bDefault = 0;
+        thread_policy_get(oWorker.nMachThread, THREAD_TIME_CONSTRAINT_POLICY,
+                          reinterpret_cast<thread_policy_t>(&oFound), &nCount, &bDefault);
+        return oFound;
+    };
+    auto const oUsual = oPolicy();
+    EXPECT_TRUE(bDefault);
+    EXPECT_EQ(oPriority(), 40);
     oWorker.SetPriority(kLRealTimePriority);
-    Seen const oRealTime = oLookNow();
-    EXPECT_FALSE(oRealTime.bDefault);
-    EXPECT_EQ(oRealTime.oPolicy.computation, oBegin.oPolicy.computation / 2);
-    EXPECT_EQ(oRealTime.oPolicy.constraint, oBegin.oPolicy.constraint / 2);
-    EXPECT_EQ(oRealTime.nPriority, 40);
+    auto const oRealTime = oPolicy();
+    EXPECT_FALSE(bDefault);
+    EXPECT_EQ(oRealTime.computation, oUsual.computation / 2);
+    EXPECT_EQ(oRealTime.constraint, oUsual.constraint / 2);
+    EXPECT_EQ(oPriority(), 40);
     oWorker.SetPriority(31);
-    EXPECT_EQ(oLookNow().nPriority, 31);
-    EXPECT_TRUE(oSeen.bDefault) << "sharing time ends real time";
-    oWorker.SetPriority(-1); // refused by the system
-    EXPECT_EQ(oLookNow().nPriority, 31);
-}
-
-TEST(Thread, PortIsHeldWhileItRuns) {
-    Worker oWorker([](Worker& oSelf) { EXPECT_EQ(oSelf.nMachThread, pthread_mach_thread_np(pthread_self())); });
-    EXPECT_EQ(oWorker.nMachThread, 0xFFFFFFFF);
-    for (int n = 0; n < 3; ++n) {
-        oWorker.Start(31);
-        oWorker.StopThreadNow();
-        EXPECT_EQ(oWorker.nMachThread, 0xFFFFFFFF);
-    }
-    EXPECT_EQ(PlatformThreadPortReferences(), 0);
+    EXPECT_EQ(oPriority(), 31);
+    oPolicy();
+    EXPECT_TRUE(bDefault) << "sharing time ends real time";
 }
 
 TEST(Thread, OneThatCantBeMadeCanBeStartedLater) {
-    std::atomic<int> nRuns{0};
+    pthread_attr_t oBefore, oHuge;
+    pthread_getattr_default_np(&oBefore);
+    pthread_attr_init(&oHuge);
+    pthread_attr_setstacksize(&oHuge, std::size_t{1} << 47); // room for it there is none
+    pthread_setattr_default_np(&oHuge);
+    std::atomic<int> nRuns{0}, nDeleted{0};
     Worker oWorker([&](Worker&) { ++nRuns; });
-    {
-        NoMoreThreads const oNone;
-        oWorker.Start(31);
-        EXPECT_FALSE(oWorker.IsRunning());
-        EXPECT_TRUE(oWorker.GetEnded().WaitSignal(kLNoTimeout)) << "no run to wait for";
-        oWorker.StopThreadNow();
-    }
+    oWorker.Start(31);
+    EXPECT_FALSE(oWorker.IsRunning());
+    EXPECT_TRUE(oWorker.GetEnded().WaitSignal(kLNoTimeout)) << "no run to wait for";
+    LDetachedThreadsOwner oOwner;
+    EXPECT_NE(oOwner.StartThread(std::make_unique<Doomed>(nDeleted), 31), 0);
+    EXPECT_EQ(nDeleted, 1);
+    pthread_setattr_default_np(&oBefore);
     oWorker.Start(31);
     oWorker.StopThreadNow();
     EXPECT_EQ(nRuns, 1);
@@ -220,12 +172,16 @@ TEST(Thread, RestartsWhileOthersStopIt) {
 
 TEST(Thread, TenThousandRunsLeaveNothingBehind) {
     int nRuns = 0; // plain: each run's end orders the next
-    Worker oWorker([&](Worker&) { ++nRuns; });
+    Worker oWorker([&](Worker& oSelf) {
+        ++nRuns;
+        EXPECT_EQ(oSelf.nMachThread, pthread_mach_thread_np(pthread_self()));
+    });
     for (int n = 0; n < 10'000; ++n) {
         oWorker.Start(31);
         oWorker.GetEnded().WaitSignal(kLNoTimeout);
     }
     oWorker.StopThreadNow();
     EXPECT_EQ(nRuns, 10'000);
+    EXPECT_EQ(oWorker.nMachThread, MACH_PORT_DEAD);
     EXPECT_EQ(PlatformThreadPortReferences(), 0); // descriptors and threads: the harness
 }
