@@ -6,7 +6,6 @@
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
 
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -41,19 +40,15 @@ CFStringRef CopyStoredBoxName(AudioServerPlugInHostRef pHost) {
     return nullptr;
 }
 
-// Takes the reference over; null leaves the name, or the default where there is none. Under the mutex, although no
-// other operation should run yet: a host that initialises a driver in use would else free the name under a reader that
-// is about to retain it.
-void RestoreBoxName(CFStringRef szStored) {
-    CFStringRef const szDefault = identity::DefaultBoxName();
-    CFStringRef szOld = nullptr;
-    {
-        LScopedLock oLock(gVADStateMutex);
-        if (szStored || !gVADBoxName)
-            szOld = std::exchange(gVADBoxName, szStored ? szStored : szDefault);
+// Takes the reference over; null leaves the name, or the default where there is none.
+void RestoreBoxName(CFStringRef szStored) NO_THREAD_SAFETY_ANALYSIS {
+    if (szStored) {
+        if (gVADBoxName)
+            CFRelease(gVADBoxName);
+        gVADBoxName = szStored;
+    } else if (!gVADBoxName) {
+        gVADBoxName = identity::DefaultBoxName();
     }
-    if (szOld)
-        CFRelease(szOld);
 }
 
 } // namespace
@@ -83,12 +78,13 @@ ULONG LVADRelease() {
     return gVADRefCount;
 }
 
-void LVADInitialize(AudioServerPlugInHostRef pHost) {
+// Without the mutex throughout: start-up, before the host makes any other call that these values matter to.
+void LVADInitialize(AudioServerPlugInHostRef pHost) NO_THREAD_SAFETY_ANALYSIS {
     gVADHost.store(pHost, std::memory_order_release);
     if (pHost)
         RestoreBoxAcquired(pHost);
     RestoreBoxName(pHost ? CopyStoredBoxName(pHost) : nullptr);
-    gVADHostTicksPerFrame = LVADTicksPerFrame(LVADStored<Float64, gVADSampleRate>());
+    gVADHostTicksPerFrame = LVADTicksPerFrame(gVADSampleRate);
 
     if (LVADPluginXPCClient* const pLink = LVADPluginXPCClient::GetInstance())
         pLink->Connect();

@@ -15,8 +15,9 @@ ULONG LVADRelease() EXCLUDES(gVADStateMutex);
 // Keeps the host (not owned; may be null, and then nothing is restored or ever told), restores the box from its
 // storage, sets the clock's rate and starts the helper link. The box is acquired and has its default name unless the
 // storage says otherwise. The host calls it before every other operation but the counting ones. One that calls it again
-// gets what it asks for, except that a name goes only for a stored one; what the name's readers hold stays valid.
-void LVADInitialize(AudioServerPlugInHostRef pHost) EXCLUDES(gVADStateMutex);
+// gets what it asks for, except that a name goes only for a stored one; it must not do so while other calls run. Takes
+// no mutex.
+void LVADInitialize(AudioServerPlugInHostRef pHost);
 
 // Makes nSampleRate (Hz) the nominal rate; false, and nothing changed, when it is not one of the two. Any thread.
 bool LVADApplySampleRate(UInt64 nSampleRate) EXCLUDES(gVADStateMutex);

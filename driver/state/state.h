@@ -8,7 +8,8 @@
 // which takes the client registry's mutex and then the client's mutex over its connections. Nobody takes those two and
 // then this one. No CoreFoundation object is created or looked up under it.
 //
-// The host calls Initialize before every other operation but the counting ones (QueryInterface, AddRef, Release).
+// The host calls Initialize, which writes without the mutex, before every other operation but the counting ones
+// (QueryInterface, AddRef, Release).
 #pragma once
 
 #include "base/mutex.h"
