@@ -1,7 +1,11 @@
 // What a recorder does with what its connections bring.
+#include "tests/harness/leak_check.h"
 #include "tools/roles/audio_intake.h"
+#include "tools/roles/plugin_connections.h"
+#include "xpc/helperlink/helper_keys.h"
 
 #include <gtest/gtest.h>
+#include <xpc/xpc.h>
 
 #include <thread>
 
@@ -59,6 +63,47 @@ TEST(AudioIntake, RefusesOddSizesAndASecondDevice) {
         Add(oIntake, 2, 0, nPerBlock);
     EXPECT_EQ(oIntake.Now().nRefusedBlocks, 7u) << "two fill what may wait, two are refused";
     EXPECT_EQ(TakeAll(oIntake), (std::vector<float>{0, 1}));
+}
+
+TEST(AudioIntake, BoundsWhatManyConnectionsThatComeAndGoLeaveBehind) {
+    AudioIntake oIntake;
+    Add(oIntake, 1, 0);
+    size_t const nPerBlock = AudioIntake::kMostWaiting / kBytesPerFrame / 4;
+    for (long n = 0; n < 1000; ++n) {
+        Add(oIntake, 2 + n, 0, n < 500 ? nPerBlock : 1);
+        oIntake.ConnectionEnded(2 + n);
+    }
+    oIntake.ConnectionEnded(1);
+    EXPECT_EQ(oIntake.Now().nBlocks, 1u + 4u) << "the current one's, and what has room to wait";
+    for (long n = 0; n < 1000; ++n)
+        Add(oIntake, 2000 + n, 0, 1); // the first is the current one
+    oIntake.ConnectionEnded(2000);
+    EXPECT_EQ(oIntake.Now().nBlocks, 5u + 2u);
+    EXPECT_EQ(oIntake.Now().nRefusedBlocks, 996u + 999u - AudioIntake::kMostWaiters);
+}
+
+// Also a recorder that is connected to every minute for weeks has one thread a connection, not one for each there was.
+TEST(PlugInConnections, ForgetsThoseWhoseOtherEndHasGone) {
+    AudioIntake oIntake;
+    PlugInConnections const oDoor(oIntake, [](EventLine const&) {});
+    int const nBefore = ProcessCounts::Now().nThreads;
+    float const arFrame[kChannels] = {};
+    for (unsigned n = 1; n <= 20; ++n) {
+        xpc_connection_t const pPlugIn =
+            xpc_connection_create_from_endpoint(static_cast<xpc_endpoint_t>(oDoor.EndPoint()));
+        xpc_connection_set_event_handler(pPlugIn, [](xpc_object_t) {});
+        xpc_connection_resume(pPlugIn);
+        LXPCObject const oMessage(xpc_dictionary_create(nullptr, nullptr, 0));
+        xpc_dictionary_set_data(oMessage.Get(), kVADKeyAudioData, arFrame, sizeof arFrame);
+        xpc_connection_send_message(pPlugIn, oMessage.Get());
+        EXPECT_TRUE(oIntake.WaitForFrames(n, std::chrono::seconds(10)));
+        xpc_connection_cancel(pPlugIn);
+        xpc_release(pPlugIn);
+    }
+    auto const oDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (ProcessCounts::Now().nThreads > nBefore && std::chrono::steady_clock::now() < oDeadline)
+        std::this_thread::yield();
+    EXPECT_EQ(ProcessCounts::Now().nThreads, nBefore);
 }
 
 TEST(AudioIntake, DropsAndCountsWhatTheDiskIsTooSlowFor) {

@@ -13,21 +13,25 @@ void AudioIntake::Add(long nConnection, void const* pBytes, size_t nByteCount) {
     }
     if (nCurrent == 0)
         nCurrent = nConnection;
-    if (nConnection == nCurrent) {
+    if (nConnection == nCurrent)
         Append(pBytes, nByteCount);
-        return;
-    }
+    else
+        Wait(nConnection, pBytes, nByteCount);
+}
+
+void AudioIntake::Wait(long nConnection, void const* pBytes, size_t nByteCount) {
     Waiting* pWaiting = FindWaiting(nConnection);
-    if (!pWaiting)
-        pWaiting = &lWaiting.emplace_back(Waiting{nConnection, false, {}});
-    std::vector<float>& arWaiting = pWaiting->arSamples;
-    if (arWaiting.size() * sizeof(float) + nByteCount > kMostWaiting) {
+    if (nWaitingBytes + nByteCount > kMostWaiting || (!pWaiting && lWaiting.size() == kMostWaiters)) {
         ++oFigures.nRefusedBlocks;
         return;
     }
+    if (!pWaiting)
+        pWaiting = &lWaiting.emplace_back(Waiting{nConnection, false, {}});
+    std::vector<float>& arWaiting = pWaiting->arSamples;
     size_t const nOld = arWaiting.size();
     arWaiting.resize(nOld + nByteCount / sizeof(float));
     std::memcpy(arWaiting.data() + nOld, pBytes, nByteCount);
+    nWaitingBytes += nByteCount;
 }
 
 void AudioIntake::Append(void const* pBytes, size_t nByteCount) {
@@ -63,6 +67,7 @@ void AudioIntake::ConnectionEnded(long nConnection) {
     while (nCurrent == 0 && !lWaiting.empty()) {
         Waiting const oNext = std::move(lWaiting.front());
         lWaiting.pop_front();
+        nWaitingBytes -= oNext.arSamples.size() * sizeof(float);
         if (!oNext.arSamples.empty())
             Append(oNext.arSamples.data(), oNext.arSamples.size() * sizeof(float));
         if (!oNext.bEnded)

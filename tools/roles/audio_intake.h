@@ -14,7 +14,8 @@
 //
 // One stream at a time is recorded. A device that connects anew sends on the new connection while the last blocks of
 // the old one may still be on their way, so the blocks of a second connection wait until the first has ended and then
-// follow it; when the first does not end, there are two devices, and the second one's audio is refused.
+// follow it; when the first does not end, there are two devices, and the second one's audio is refused. What waits is
+// bounded over all connections together: anybody who has the endpoint may make and end as many as he likes.
 class AudioIntake {
 public:
     struct Figures {
@@ -40,7 +41,8 @@ public:
     Figures Now() EXCLUDES(mtx);
 
     static constexpr size_t kMostPending = 64u << 20; // three minutes
-    static constexpr size_t kMostWaiting = 1u << 20;  // of a second connection: three seconds
+    static constexpr size_t kMostWaiting = 1u << 20;  // behind the current connection: three seconds
+    static constexpr size_t kMostWaiters = 64;        // connections
 
 private:
     struct Waiting { // a connection behind the current one
@@ -50,6 +52,7 @@ private:
     };
 
     void Append(void const* pBytes, size_t nByteCount) REQUIRES(mtx);
+    void Wait(long nConnection, void const* pBytes, size_t nByteCount) REQUIRES(mtx);
     Waiting* FindWaiting(long nConnection) REQUIRES(mtx);
 
     LMutex mtx;
@@ -57,6 +60,7 @@ private:
     std::vector<float> arPending GUARDED_BY(mtx);
     long nCurrent GUARDED_BY(mtx) = 0; // the connection that is recorded; 0: none
     std::deque<Waiting> lWaiting GUARDED_BY(mtx);
+    size_t nWaitingBytes GUARDED_BY(mtx) = 0; // in all of them
     uint64_t nArrivedFrames GUARDED_BY(mtx) = 0;
     bool bClosed GUARDED_BY(mtx) = false;
     Figures oFigures GUARDED_BY(mtx);

@@ -1,13 +1,11 @@
 #include "tools/roles/recorder_link.h"
 
-#include "tools/process/failure.h"
 #include "xpc/helperlink/helper_keys.h"
 
 #include <cstring>
 
 namespace {
 
-constexpr char kPlugInConnection[] = "PlugIn"; // what the peers of the endpoint are called here
 constexpr auto kAnswerPatience = std::chrono::seconds(2);
 
 bool Is(LXPCData const& oItem, char const* szKey) {
@@ -17,14 +15,10 @@ bool Is(LXPCData const& oItem, char const* szKey) {
 } // namespace
 
 RecorderLink::RecorderLink(AudioIntake& oReceiving, std::function<void(EventLine const&)> oReport)
-    : oIntake(oReceiving), oReporter(std::move(oReport)), oClient(this) {
+    : oReporter(oReport), oPlugIns(oReceiving, oReport), oClient(this) {
     LVADFillHelperKeys();
     oClient.AddKeys(arVADHelperTxKeys, false);
     oClient.AddKeys(arVADHelperRxKeys, true);
-    oEndPoint = LXPCObject(oClient.CreateEndPoint(kPlugInConnection, 0));
-    if (!oEndPoint)
-        throw Failure(ExitCode::Service, "cannot make an endpoint for the plug-in to connect to: this process may have "
-                                         "run out of descriptors.");
 }
 
 RecorderLink::~RecorderLink() {
@@ -48,7 +42,7 @@ void RecorderLink::KeepRegistered() {
     // A connection to a service that was not there does not come back to life: each try has a new one.
     oClient.Disconnect(kVADHelperService, kVADHelperInstance);
     oClient.Connect(kVADHelperService, kVADHelperInstance, true);
-    Send(LXPCData("NEW_ENDPOINT", LXPCDataType_Object, LXPCValue(oEndPoint.Get())));
+    Send(LXPCData("NEW_ENDPOINT", LXPCDataType_Object, LXPCValue(oPlugIns.EndPoint())));
 }
 
 bool RecorderLink::IsRegistered() {
@@ -76,30 +70,17 @@ void RecorderLink::SetState(State nNew) {
     oChanged.NotifyAll();
 }
 
-void RecorderLink::EvConnectionError(long nConnection, LXPCErrorType nType) {
-    oIntake.ConnectionEnded(nConnection);
+// Of the helper: it was not there, it has died, or it speaks another language. It is looked for anew in every case.
+void RecorderLink::EvConnectionError(long, LXPCErrorType) {
     bool bLost = false;
     {
         LScopedLock oLock(mtx);
-        // A plug-in's connection ends as invalid, and so does one to a helper that is not there; one to a helper that
-        // has died is interrupted.
-        if (nState == State::Registered && nType != LXPCError_ConnectionInterrupted)
-            return;
         bLost = nState == State::Registered;
         nState = State::Unknown;
         oChanged.NotifyAll();
     }
     if (bLost)
         oReporter(EventLine("unregistered"));
-}
-
-void RecorderLink::EvMessageReceived(long nConnection, long, LXPCData const* arItems, unsigned long nCount) {
-    for (LXPCData const* p = arItems; p != arItems + nCount; ++p) {
-        if (Is(*p, kVADKeyAudioData))
-            oIntake.Add(nConnection, LXPCPointer<void const*>(p->nValue), p->nSize);
-        else if (Is(*p, kVADKeyVolumeChanged))
-            oReporter(EventLine("volume").Add("value", p->dValue).Add("frame", oIntake.Now().nFrames));
-    }
 }
 
 void RecorderLink::EvReplyReceived(long, LXPCData const* arItems, unsigned long nCount) {

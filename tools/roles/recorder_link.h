@@ -1,16 +1,17 @@
-// A recorder's connections: to the helper, which tells plug-ins of it, and from the plug-ins that play to it.
+// A recorder's connections: to the helper, which tells plug-ins of it, and from the plug-ins that play to it (see
+// plugin_connections.h).
 #pragma once
 
 #include "base/mutex.h"
 #include "tools/process/condition.h"
 #include "tools/process/event_line.h"
-#include "tools/roles/audio_intake.h"
+#include "tools/roles/plugin_connections.h"
 #include "xpc/client.h"
 
 #include <chrono>
 #include <functional>
 
-// Audio goes to the intake straight from the connection's thread. Any thread.
+// Any thread.
 class RecorderLink : private LXPCClientEventNotify {
 public:
     // oReport gets an event line for each volume change, and when the helper has come to know this recorder or has
@@ -32,18 +33,17 @@ private:
 
     void EvConnectionError(long nConnection, LXPCErrorType nType) override;
     void EvMessageSent(long) override {}
-    void EvMessageReceived(long nConnection, long nMessage, LXPCData const* arItems, unsigned long nCount) override;
+    void EvMessageReceived(long, long, LXPCData const*, unsigned long) override {}
     void EvReplyReceived(long nConnection, LXPCData const* arItems, unsigned long nCount) override;
 
     void Send(LXPCData const& oItem);
     void SetState(State nNew) EXCLUDES(mtx);
 
-    AudioIntake& oIntake;
     std::function<void(EventLine const&)> oReporter;
+    PlugInConnections oPlugIns;
     LMutex mtx;
     Condition oChanged;
     State nState GUARDED_BY(mtx) = State::Unknown;
     std::chrono::steady_clock::time_point oAskedAt GUARDED_BY(mtx);
-    LXPCObject oEndPoint; // set once
-    LXPCClient oClient;   // last: its calls of this sink end before anything else goes
+    LXPCClient oClient; // last: its calls of this sink end before anything else goes
 };
