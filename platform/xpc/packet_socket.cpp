@@ -1,6 +1,7 @@
 #include "platform/xpc/packet_socket.h"
 
 #include <cstring>
+#include <poll.h>
 #include <sys/socket.h>
 
 namespace platform {
@@ -48,6 +49,16 @@ SendResult SendPacket(int nSocket, OutgoingPacket const& oPacket) noexcept {
     return nSent >= 0 ? SendResult::Sent : ResultOf(errno);
 }
 
+namespace {
+
+// An empty packet reads like the end, and must not close a door that many share.
+bool HasHungUp(int nSocket) noexcept {
+    pollfd oEntry{nSocket, POLLRDHUP, 0};
+    return ::poll(&oEntry, 1, 0) != 0;
+}
+
+} // namespace
+
 void PacketBuffer::TakeDescriptors(msghdr& oMessage) {
     for (cmsghdr* p = CMSG_FIRSTHDR(&oMessage); p; p = CMSG_NXTHDR(&oMessage, p)) {
         if (p->cmsg_level != SOL_SOCKET || p->cmsg_type != SCM_RIGHTS)
@@ -81,9 +92,11 @@ ReceiveResult PacketBuffer::Receive(int nSocket) {
             return errno == EAGAIN || errno == ENOBUFS || errno == ENOMEM ? ReceiveResult::Nothing
                                                                           : ReceiveResult::Closed;
     }
-    if (nReceived <= 0)
+    if (nReceived < 0)
         return ReceiveResult::Closed;
-    TakeDescriptors(oMessage);
+    TakeDescriptors(oMessage); // an empty packet can bring some, too
+    if (nReceived == 0)
+        return HasHungUp(nSocket) ? ReceiveResult::Closed : ReceiveResult::Bad;
     nBytes = static_cast<size_t>(nReceived);
     return oMessage.msg_flags & (MSG_TRUNC | MSG_CTRUNC) ? ReceiveResult::Bad : ReceiveResult::Packet;
 }

@@ -43,7 +43,7 @@ enum class ReceiveResult { Packet, Nothing, Closed, Bad };
 // Where packets arrive; reused from one to the next. One thread.
 class PacketBuffer {
 public:
-    // Bad: longer than any packet, or with more descriptors than any has; those are closed.
+    // Bad: empty, longer than any packet, or with more descriptors than any has; those are closed.
     ReceiveResult Receive(int nSocket);
 
     uint8_t const* Bytes() const noexcept { return pBytes.get(); }

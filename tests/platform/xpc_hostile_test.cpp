@@ -137,6 +137,8 @@ std::vector<Attack> Attacks() {
         {"file shorter than said", oInt, Header(kMessage, 0, 1), 0, kAllSeals, 1},
         {"file that is none", oInt, Header(kMessage, 0, 1, kFrameBodyIsFile), 1, -1, 0, sizeof(FrameHeader)},
         {"file that did not come", Body(), Header(kMessage, 0, 0, kFrameBodyIsFile)},
+        {"empty packet", oInt, {}, 0, -1, 0, 0},
+        {"empty packet with descriptors", oInt, Header(kMessage, 0, 2), 2, -1, 0, 0},
         {"half a header", oInt, {}, 0, -1, 0, 12},
         {"header alone", oInt, {}, 0, -1, 0, sizeof(FrameHeader)},
         {"last byte missing", oInt, {}, 0, -1, 0, sizeof(FrameHeader) + 22},

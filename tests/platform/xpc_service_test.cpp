@@ -18,19 +18,14 @@ namespace {
 
 constexpr char kName[] = "com.tarnwicksoftware.Lumora.Test";
 
-// A server in a process of its own: this program again, running the one test that serves until it is killed.
+// A server in a process of its own, which serves until it is killed. "hang" is the question that it keeps.
 class ServerProcess {
 public:
     ServerProcess() {
-        ::setenv("LUMORA_TEST_SERVE", kName, 1);
-        char szProgram[] = "/proc/self/exe", szFilter[] = "--gtest_filter=XpcService.ServesWhenAskedTo";
-        char* aArguments[] = {szProgram, szFilter, nullptr};
-        posix_spawn_file_actions_t oActions;
-        posix_spawn_file_actions_init(&oActions);
-        posix_spawn_file_actions_addopen(&oActions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        EXPECT_EQ(0, ::posix_spawn(&nProcess, szProgram, &oActions, nullptr, aArguments, environ));
-        posix_spawn_file_actions_destroy(&oActions);
-        ::unsetenv("LUMORA_TEST_SERVE");
+        char szProgram[] = LUMORA_SERVER;
+        std::string szName = kName;
+        char* aArguments[] = {szProgram, szName.data(), nullptr};
+        EXPECT_EQ(0, ::posix_spawn(&nProcess, szProgram, nullptr, nullptr, aArguments, environ));
     }
     ~ServerProcess() { Kill(); }
     void Kill() {
@@ -66,23 +61,6 @@ bool Exists(std::string const& szPath) {
 }
 
 } // namespace
-
-// Not a test of its own: what ServerProcess runs. "hang" is the question that it keeps.
-TEST(XpcService, ServesWhenAskedTo) {
-    char const* const szName = ::getenv("LUMORA_TEST_SERVE");
-    if (!szName)
-        GTEST_SKIP() << "runs as the other tests' server";
-    Log<xpc_object_t> oKept;
-    Listener oServer(
-        [&](xpc_connection_t, xpc_object_t p) {
-            if (WordFor(p) == "hang")
-                oKept.Add(xpc_retain(p));
-            else
-                AnswerWith(p, "served");
-        },
-        ServiceFolder::NewServer(szName));
-    ::pause();
-}
 
 TEST(XpcService, KilledServerInterruptsAndItsSuccessorIsFoundAgain) {
     ServiceFolder oFolder;
