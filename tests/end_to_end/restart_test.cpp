@@ -138,6 +138,16 @@ TEST(Roles, ASecondHelperSaysSoAndLeavesTheFirstAlone) {
     oRoles.StartRecorder("out.wav"); // registers with the first
 }
 
+TEST(Roles, AHelperWhoseNameIsTakenBySomethingElseSaysSo) {
+    Roles oRoles;
+    auto const szFolder = oRoles / "mach-services/com.tarnwicksoftware.Lumora.VadHelper";
+    std::filesystem::create_directories(szFolder);
+    std::filesystem::permissions(oRoles / "mach-services", std::filesystem::perms::owner_all);
+    Ended const oEnded = oRoles.Run({"helper"});
+    EXPECT_EQ(oEnded.nStatus, 5);
+    EXPECT_THAT(oEnded.szErrors, HasSubstr("something else has the name"));
+}
+
 TEST(Roles, AServiceFolderThatOthersCanWriteToIsRefusedByAll) {
     Roles oRoles;
     std::filesystem::create_directory(oRoles / "mach-services");

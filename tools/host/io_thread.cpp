@@ -5,6 +5,8 @@
 
 #include <mach/mach_time.h>
 
+#include <system_error>
+
 #include <pthread.h>
 #include <sched.h>
 
@@ -98,8 +100,13 @@ void IoThread::StartLocked() {
                       "the device does not start: " + FourCharText(static_cast<UInt32>(nResult)) + ".");
     bStop.store(false);
     nSchedule.store(kNotStarted);
+    try {
+        oThread = std::thread([this] { Run(); });
+    } catch (std::system_error const& oWhy) {
+        (*oDriver.Ref())->StopIO(oDriver.Ref(), nDevice, nClientId);
+        throw Failure(ExitCode::Service, std::string("the system gives no thread to do IO on: ") + oWhy.what() + ".");
+    }
     bRunning = true;
-    oThread = std::thread([this] { Run(); });
     nSchedule.wait(kNotStarted);
 }
 

@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -54,9 +55,14 @@ Storage::Storage(std::string const& szFolder) : szPath(szFolder + "/" + kFileNam
     std::filesystem::path const oParent = std::filesystem::path(szFolder).parent_path();
     if (!oParent.empty())
         std::filesystem::create_directories(oParent, oError);
-    if (mkdir(szFolder.c_str(), 0700) != 0 && errno != EEXIST)
+    if (!oError && mkdir(szFolder.c_str(), 0700) != 0 && errno != EEXIST)
+        oError.assign(errno, std::generic_category());
+    if (oError)
         throw Failure(ExitCode::Service, "cannot make the folder " + szFolder + " for the plug-in's storage: " +
-                                             std::strerror(errno) + ". Name another with --state.");
+                                             oError.message() + ". Name another with --state.");
+    if (!std::filesystem::is_directory(szFolder, oError))
+        throw Failure(ExitCode::Service, szFolder + ", for the plug-in's storage, is not a folder. Name another with "
+                                                    "--state.");
     if (access(szFolder.c_str(), W_OK | X_OK) != 0)
         throw Failure(ExitCode::Service, "cannot use the folder " + szFolder + " for the plug-in's storage: " +
                                              std::strerror(errno) + ". Name another with --state.");
@@ -120,5 +126,9 @@ std::string DefaultStateFolder() {
     if (szState && *szState == '/')
         return std::string(szState) + "/lumora";
     char const* szHome = std::getenv("HOME");
-    return std::string(szHome && *szHome ? szHome : ".") + "/.local/state/lumora";
+    if (!szHome || *szHome != '/') {
+        passwd const* const pUser = getpwuid(geteuid());
+        szHome = pUser ? pUser->pw_dir : "/";
+    }
+    return std::string(szHome) + "/.local/state/lumora";
 }

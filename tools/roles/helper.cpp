@@ -9,14 +9,22 @@
 
 #include <atomic>
 
+#include <unistd.h>
+
 namespace {
 
 [[noreturn]] void ThrowWhyLost() {
     std::string const szProblem = MachServicesFolderProblem();
     if (!szProblem.empty())
         throw Failure(ExitCode::Service, szProblem);
-    throw Failure(ExitCode::Service, std::string("another helper serves ") + kVADHelperService +
-                                         " for this user already; it can be used as it is.");
+    pid_t const nOther = HelperService::ServingProcess();
+    if (nOther != 0 && nOther != getpid())
+        throw Failure(ExitCode::Service, std::string("another helper serves ") + kVADHelperService +
+                                             " for this user already (process " + std::to_string(nOther) +
+                                             "); it can be used as it is.");
+    throw Failure(ExitCode::Service, std::string("cannot serve ") + kVADHelperService + " in " + MachServicesFolder() +
+                                         ": something else has the name there, or this process has run out of "
+                                         "descriptors or threads.");
 }
 
 } // namespace
@@ -26,7 +34,7 @@ int RunHelper(HelperOptions const& oOptions) {
     std::atomic<bool> bLost{false};
     HelperService oService([](EventLine const& oEvent) { oEvent.Print(); }, [&] { bLost.store(true), oStop.Wake(); });
     constexpr int kTries = 100, kBetweenTries_ms = 20;
-    for (int n = 0; !bLost.load() && !HelperService::IsServedHere(); ++n)
+    for (int n = 0; !bLost.load() && HelperService::ServingProcess() != getpid(); ++n)
         if (oStop.Wait(kBetweenTries_ms))
             return static_cast<int>(ExitCode::Success);
         else if (n == kTries)

@@ -5,7 +5,9 @@
 #include "xpc/messaging.h"
 #include "xpc/object.h"
 
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <list>
 #include <vector>
 
@@ -224,13 +226,17 @@ HelperService::~HelperService() {
     pCore->Shutdown();
 }
 
-bool HelperService::IsServedHere() {
+pid_t HelperService::ServingProcess() {
+    constexpr auto kPatience = std::chrono::seconds(2); // a service out of descriptors keeps its callers in line
     LXPCConnection oAsking;
     oAsking.Adopt(xpc_connection_create_mach_service(kVADHelperService, nullptr, 0));
     xpc_connection_set_event_handler(oAsking.Handle(), [](xpc_object_t) {});
     oAsking.Resume();
     // A message without a word of the vocabulary gets no answer, but it takes a listener to find that out.
     LXPCObject const oNothing(xpc_dictionary_create(nullptr, nullptr, 0));
-    LXPCObject const oAnswer(xpc_connection_send_message_with_reply_sync(oAsking.Handle(), oNothing.Get()));
-    return xpc_connection_get_pid(oAsking.Handle()) == getpid();
+    auto const pHeard = std::make_shared<std::promise<void>>();
+    auto oHeard = pHeard->get_future();
+    xpc_connection_send_message_with_reply(oAsking.Handle(), oNothing.Get(), nullptr,
+                                           [pHeard](xpc_object_t) { pHeard->set_value(); });
+    return oHeard.wait_for(kPatience) == std::future_status::ready ? xpc_connection_get_pid(oAsking.Handle()) : 0;
 }

@@ -21,9 +21,9 @@ public:
     HelperService(HelperService const&) = delete;
     HelperService& operator=(HelperService const&) = delete;
 
-    // Whether whoever connects to the service's name now reaches this process. Asks the service itself and waits for
-    // its answer.
-    static bool IsServedHere();
+    // The process that whoever connects to the service's name now reaches; 0 when there is none, or when it does not
+    // answer within two seconds. Asks the service itself.
+    static pid_t ServingProcess();
 
 private:
     class Core;
