@@ -7,11 +7,13 @@
 #include "tools/inspect/property_text.h"
 #include "tools/process/event_line.h"
 #include "tools/process/failure.h"
+#include "tools/process/private_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 using namespace std::chrono_literals;
@@ -137,4 +139,23 @@ TEST(PropertyText, PutsValuesIntoWords) {
              Row{ValueKind::ChannelLayout, {1, 2, 3}, {}},
          })
         EXPECT_EQ(ValueTexts(oRow.nKind, oRow.arBytes), oRow.lTexts);
+}
+
+TEST(PrivateFolder, DeletesWhatKilledRunsHaveLeftAndNothingElse) {
+    TestFolder const oParent;
+    for (char const* szName : {"lumora-run.killed", "lumora-run.killed/mach-services", "other"})
+        std::filesystem::create_directory(oParent / szName);
+    std::ofstream(oParent / "lumora-run.file") << "somebody's";
+    std::filesystem::create_directory_symlink("other", oParent / "lumora-run.link");
+    setenv("TMPDIR", oParent.Path().c_str(), 1);
+    {
+        PrivateFolder const oLiving, oNext;
+        EXPECT_TRUE(std::filesystem::exists(oLiving.Path()));
+        EXPECT_FALSE(oParent.Has("lumora-run.killed"));
+    }
+    unsetenv("TMPDIR");
+    std::vector<std::string> lLeft;
+    for (auto const& oEntry : std::filesystem::directory_iterator(oParent.Path()))
+        lLeft.push_back(oEntry.path().filename());
+    EXPECT_THAT(lLeft, testing::UnorderedElementsAre("other", "lumora-run.file", "lumora-run.link"));
 }

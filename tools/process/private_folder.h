@@ -3,7 +3,8 @@
 
 #include <string>
 
-// Made with mode 0700 under $TMPDIR or /tmp, and deleted with everything in it when the object ends. Throws
+// Made with mode 0700 under $TMPDIR or /tmp, and deleted with everything in it when the object ends. A run that is
+// killed can't do that; its folder, which is locked as long as it lives, is deleted when the next one is made. Throws
 // Failure(Service) when it can't be made.
 class PrivateFolder {
 public:
@@ -16,4 +17,5 @@ public:
 
 private:
     std::string szPath;
+    int nLock = -1;
 };
