@@ -6,9 +6,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sndfile.hh>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
+#include <random>
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -142,6 +146,10 @@ TEST(RecordErrors, AreExactAndHaveTheirOwnExitStatus) {
              Row{{"record", "--frames", "4097", szInput, szOut}, 2, "--frames"},
              Row{{"record", "--rate", "96000", szInput, szOut}, 2, "--rate"},
              Row{{"record", "--speed", "0", szInput, szOut}, 2, "--speed"},
+             Row{{"record", "--speed", "nan", szInput, szOut}, 2, "'nan' is not a number from 0.1 to 1000"},
+             Row{{"record", "--raw-rate", "nan", "-", szOut}, 2, "--raw-rate"},
+             Row{{"record", szInput, ""}, 2, "name of the recording is empty"},
+             Row{{"helper", "--control", "99"}, 2, "'99' is not an open descriptor"},
              Row{{"record", "--set", "1 loudness=1", szInput, szOut}, 2, "'loudness' cannot be set"},
              Row{{"record", "--raw-format", "s17", "-", szOut}, 2, "'s17' is no raw format"},
              Row{{"record", "-", "-", szOut}, 2, "only once"},
@@ -151,6 +159,7 @@ TEST(RecordErrors, AreExactAndHaveTheirOwnExitStatus) {
              Row{{"record", szInput, oRoles / "exists.wav"},
                  4,
                  "exists.wav exists. Choose another name, or give --force"},
+             Row{{"record", "--force", szInput, oRoles / "./in.wav"}, 4, "is an input too"},
              Row{{"record", szInput, oRoles / "no/folder/out.wav"}, 4, "there is no folder"},
              Row{{"record", "--force", szInput, "/dev/null"}, 4, "/dev/null is not a file"},
              Row{{"record", "--bundle", oRoles / "X.driver", szInput, szOut}, 5, "there is no plug-in bundle at"},
@@ -167,10 +176,33 @@ TEST(RecordErrors, AreExactAndHaveTheirOwnExitStatus) {
     }
 }
 
+// A source that ends before its time, or has nothing, makes no recording.
+TEST(RecordErrors, LeaveNothingUnderTheFinalNameWhenAnInputBreaksOff) {
+    Roles oRoles;
+    std::string const szOutput = oRoles / "out.wav";
+    Ended oEnded = oRoles.Run({"record", "--speed", "100", "-", szOutput}, "true");
+    EXPECT_EQ(oEnded.nStatus, 3);
+    EXPECT_THAT(oEnded.szErrors, HasSubstr("standard input held no audio"));
+    EXPECT_FALSE(oRoles.Has("out.wav") || oRoles.Has("out.wav.part"));
+
+    std::string const szFlac = oRoles / "in.flac";
+    std::vector<short> lNoise(2 * 44100);
+    std::mt19937 oRandom(1);
+    std::generate(lNoise.begin(), lNoise.end(), [&] { return static_cast<short>(oRandom()); });
+    SndfileHandle(szFlac, SFM_WRITE, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2, 44100).write(lNoise.data(), 2 * 44100);
+    std::filesystem::resize_file(szFlac, std::filesystem::file_size(szFlac) / 2);
+    oEnded = oRoles.Run({"record", "--speed", "20", szFlac, szOutput});
+    EXPECT_EQ(oEnded.nStatus, 3);
+    EXPECT_THAT(oEnded.szErrors, AllOf(HasSubstr("in.flac any further"), HasSubstr("kept in")));
+    EXPECT_FALSE(oRoles.Has("out.wav"));
+    EXPECT_TRUE(oRoles.Has("out.wav.part"));
+}
+
 TEST(Inspect, ShowsEightObjectsAndTheirValues) {
     Roles oRoles;
     Ended const oText = oRoles.Run({"inspect"});
-    EXPECT_EQ(oText.nStatus, 0) << oText.szErrors;
+    EXPECT_EQ(oText.nStatus, 0);
+    EXPECT_EQ(oText.szErrors, "");
     for (char const* szExpected :
          {"1  'aplg' plug-in", "2  'abox' box", "3  'adev' device", "8  'astr' stream", "9  'vlme' volume control",
           "10  'mute' mute control", "11  'dsrc' data source control", "12  'dest' data destination control",

@@ -57,6 +57,8 @@ bool Exists(std::string const& szPath) {
 WavWriter::WavWriter(std::string const& szPath, double nRate, bool bReplace)
     : szFinalPath(szPath), szPartPath(szPath + ".part"), bReplaceExisting(bReplace),
       nFramesPerUpdate(static_cast<uint64_t>(nRate * kSecondsPerUpdate)) {
+    if (szPath.empty())
+        throw Failure(ExitCode::Usage, "the name of the recording is empty.");
     if (!bReplace && Exists(szPath))
         throw Failure(ExitCode::Output, szPath + " exists. Choose another name, or give --force to replace it.");
     struct stat oStatus = {};
@@ -99,6 +101,10 @@ void WavWriter::MoveLeftOverAside() {
 }
 
 void WavWriter::Fail(std::string const& szWhat) const {
+    if (nFrameCount == 0) {
+        unlink(szPartPath.c_str());
+        throw Failure(ExitCode::Output, "cannot write " + szPartPath + ": " + szWhat + ".");
+    }
     throw Failure(ExitCode::Output, "cannot write " + szPartPath + ": " + szWhat + ". The " +
                                         std::to_string(nFrameCount) + " frames written so far are kept there.");
 }

@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 struct NamedCode {
@@ -177,6 +180,30 @@ CFOwner<CFStringRef> OwnUid(DriverView const& oDriver, AudioObjectPropertySelect
     return oUid && *oUid ? CFOwner<CFStringRef>(*oUid) : MakeCFString("");
 }
 
+// Standard error goes nowhere while there is one. One thread.
+class StandardErrorAside {
+public:
+    StandardErrorAside() : nKept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
+        int const nNowhere = nKept < 0 ? -1 : open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (nNowhere >= 0) {
+            dup2(nNowhere, STDERR_FILENO);
+            close(nNowhere);
+        }
+    }
+    ~StandardErrorAside() {
+        std::fflush(stderr);
+        if (nKept >= 0) {
+            dup2(nKept, STDERR_FILENO);
+            close(nKept);
+        }
+    }
+    StandardErrorAside(StandardErrorAside const&) = delete;
+    StandardErrorAside& operator=(StandardErrorAside const&) = delete;
+
+private:
+    int const nKept;
+};
+
 } // namespace
 
 PropertyText ReadPropertyText(DriverView const& oDriver, AudioObjectID nObject, KnownProperty const& oProperty,
@@ -196,7 +223,8 @@ PropertyText ReadPropertyText(DriverView const& oDriver, AudioObjectID nObject, 
         break;
     }
     case ValueKind::CustomText: {
-        CFStringRef const pQualifier = CFSTR("(asked by lumora inspect)"); // the driver prints it
+        CFStringRef const pQualifier = CFSTR("");
+        StandardErrorAside const oQuiet; // the driver prints the qualifier
         oRead(&pQualifier, sizeof pQualifier, kRoom);
         break;
     }

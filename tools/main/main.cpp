@@ -2,8 +2,12 @@
 #include "tools/process/role_process.h"
 #include "tools/roles/commands.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -27,9 +31,15 @@ void RefuseUnknownCommand(CLI::App const& oApp, int nArguments, char** ppArgumen
         throw Failure(ExitCode::Usage, "there is no command '" + szWanted + "'. See lumora --help.");
 }
 
-} // namespace
+// A descriptor that the caller closed would be given to the next pipe or file opened here, and what is printed would go
+// into that: into the recording, for example.
+void OpenMissingStandardDescriptors() {
+    for (int n = STDIN_FILENO; n <= STDERR_FILENO; ++n)
+        if (fcntl(n, F_GETFD) < 0 && errno == EBADF)
+            open("/dev/null", n == STDIN_FILENO ? O_RDONLY : O_WRONLY); // the lowest free number, which is n
+}
 
-int main(int nArguments, char** ppArguments) {
+int Run(int nArguments, char** ppArguments) {
     CommandContext oContext{ProgramPath(ppArguments[0]), 0};
     CLI::App oApp(kAbout, "lumora");
     oApp.require_subcommand(1);
@@ -41,9 +51,21 @@ int main(int nArguments, char** ppArguments) {
     try {
         RefuseUnknownCommand(oApp, nArguments, ppArguments);
         oApp.parse(nArguments, ppArguments);
-        return oContext.nExitStatus;
     } catch (CLI::ParseError const& oWhy) {
-        return oApp.exit(oWhy) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+        return oApp.exit(oWhy) == 0 ? oContext.nExitStatus : static_cast<int>(ExitCode::Usage);
+    }
+    return oContext.nExitStatus;
+}
+
+} // namespace
+
+int main(int nArguments, char** ppArguments) {
+    OpenMissingStandardDescriptors();
+    try {
+        int const nStatus = Run(nArguments, ppArguments);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            throw Failure(ExitCode::Recording, "the result could not be printed: standard output takes no more.");
+        return nStatus;
     } catch (Failure const& oWhy) {
         std::fprintf(stderr, "%s: %s\n", NameOf(nArguments, ppArguments).c_str(), oWhy.what());
         return static_cast<int>(oWhy.Code());

@@ -11,10 +11,37 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
+
+#include <fcntl.h>
 
 namespace {
 
 std::string const kInputHelp = "What to play, mixed: audio files, or - for headerless audio on standard input";
+
+// The library's range lets NaN through.
+std::string CheckNumber(std::string const& szText, double nLeast, double nMost) {
+    double nValue = 0;
+    if (CLI::detail::lexical_cast(szText, nValue) && nValue >= nLeast && nValue <= nMost)
+        return {};
+    std::ostringstream oProblem;
+    oProblem << "'" << szText << "' is not a number from " << nLeast << " to " << nMost;
+    return oProblem.str();
+}
+
+CLI::Validator NumberFrom(double nLeast, double nMost) {
+    return CLI::Validator([=](std::string& szText) { return CheckNumber(szText, nLeast, nMost); }, "");
+}
+
+CLI::Validator OpenDescriptor() {
+    return CLI::Validator(
+        [](std::string& szText) {
+            int nValue = 0;
+            bool const bOpen = CLI::detail::lexical_cast(szText, nValue) && fcntl(nValue, F_GETFD) >= 0;
+            return bOpen ? std::string() : "'" + szText + "' is not an open descriptor";
+        },
+        "");
+}
 
 // The options that `record` and `server` share.
 template <class Options>
@@ -26,10 +53,10 @@ void AddPlayingOptions(CLI::App& oCommand, Options& oOptions) {
         ->check(CLI::Range(64u, 4096u))
         ->capture_default_str();
     oCommand.add_option("--speed", oOptions.nSpeed, "How many times faster than real time to play, 0.1 to 1000")
-        ->check(CLI::Range(0.1, 1000.0))
+        ->check(NumberFrom(0.1, 1000))
         ->capture_default_str();
     oCommand.add_option("--raw-rate", oOptions.oRaw.nRate, "Headerless audio: sample rate in Hz")
-        ->check(CLI::Range(1000.0, 768000.0))
+        ->check(NumberFrom(1000, 768000))
         ->capture_default_str();
     oCommand.add_option("--raw-channels", oOptions.oRaw.nChannels, "Headerless audio: 1 or 2 channels")
         ->check(CLI::Range(1, 2))
@@ -52,7 +79,7 @@ void AddControlOption(CLI::App& oCommand, int& nControl) {
         .add_option("--control", nControl,
                     "A descriptor to read commands from, one a line; its end means stop (for the program that started "
                     "this one)")
-        ->check(CLI::NonNegativeNumber);
+        ->check(OpenDescriptor());
 }
 
 } // namespace
@@ -100,7 +127,7 @@ void AddServerCommand(CLI::App& oApp, CommandContext& oContext) {
     pCommand
         ->add_option("--wait-for-recorder", pParsed->oOptions.nWaitForRecorder,
                      "Wait up to that many seconds until the plug-in has a connection to a recorder (play at once)")
-        ->check(CLI::Range(0.0, 86400.0));
+        ->check(NumberFrom(0, 86400));
     pCommand->add_flag("--progress", pParsed->oOptions.bProgress, "Print a line ten times a second");
     AddControlOption(*pCommand, pParsed->oOptions.nControl);
     pCommand->callback([pParsed, &oContext] {

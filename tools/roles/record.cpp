@@ -25,7 +25,8 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto kStartPatience = 30s; // for a role to say that it is ready: the machine may be busy
-constexpr auto kEndPatience = 60s;   // for the recorder to have written everything
+constexpr int kLookForStop_ms = 50;
+constexpr auto kEndPatience = 60s; // for the recorder to have written everything
 
 // What can be known to be wrong before anything is started.
 double CheckInputs(RecordOptions const& oOptions, std::optional<uint64_t>& oFrames) {
@@ -50,6 +51,14 @@ double CheckInputs(RecordOptions const& oOptions, std::optional<uint64_t>& oFram
 void CheckOutput(RecordOptions const& oOptions) {
     std::filesystem::path const oFolder = std::filesystem::path(oOptions.szOutput).parent_path();
     std::string const szFolder = oFolder.empty() ? "." : oFolder.string();
+    if (oOptions.szOutput.empty())
+        throw Failure(ExitCode::Usage, "the name of the recording is empty.");
+    for (std::string const& szInput : oOptions.lInputs) {
+        std::error_code oIgnored;
+        if (szInput != "-" && std::filesystem::equivalent(szInput, oOptions.szOutput, oIgnored))
+            throw Failure(ExitCode::Output, oOptions.szOutput + " is an input too, and would be lost. Choose another "
+                                                                "name for the recording.");
+    }
     if (access(oOptions.szOutput.c_str(), F_OK) == 0 && !oOptions.bReplace)
         throw Failure(ExitCode::Output,
                       oOptions.szOutput + " exists. Choose another name, or give --force to replace it.");
@@ -86,6 +95,7 @@ public:
     RecordSummary Run() {
         try {
             Play();
+            CheckPlayed();
         } catch (...) {
             oRecorder.oProcess.Command("abandon"); // what there is of it does not get the name of a recording
             throw;
@@ -156,10 +166,13 @@ private:
     EventLine WaitFor(Role& oRole, std::string const& szEvent, std::chrono::milliseconds nPatience = kStartPatience) {
         auto const oDeadline = Clock::now() + nPatience;
         for (;;) {
-            auto const nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(oDeadline - Clock::now()).count();
-            auto const szLine = oRole.oProcess.WaitLine(static_cast<int>(std::max<long>(nLeft, 0)));
+            auto const szLine = oRole.oProcess.WaitLine(kLookForStop_ms);
             if (!szLine && oRole.oProcess.Output().AtEnd())
                 oRole.ThrowEnded();
+            if (!szLine && !bServerFinished && oStop.Wait(0))
+                throw Failure(ExitCode::Recording, "stopped before anything was played; no file was made.");
+            if (!szLine && Clock::now() < oDeadline)
+                continue;
             if (!szLine)
                 throw Failure(ExitCode::Recording, std::string("the ") + oRole.szName + " has not said '" + szEvent +
                                                        "' in time. Is the machine very busy?");
@@ -180,8 +193,8 @@ private:
                                {oServer.oProcess.OutputDescriptor(), POLLIN, 0},
                                {oRecorder.oProcess.OutputDescriptor(), POLLIN, 0},
                                {oHelper.oProcess.OutputDescriptor(), POLLIN, 0}};
-            poll(arPoll, std::size(arPoll), -1);
-            if (arPoll[0].revents && oStop.Wait(0) && !oSummary.bStopped) {
+            poll(arPoll, std::size(arPoll), oStop.Stopped() && !oSummary.bStopped ? 0 : -1);
+            if (oStop.Wait(0) && !oSummary.bStopped) {
                 oSummary.bStopped = true;
                 oServer.oProcess.Command("stop");
             }
@@ -189,6 +202,19 @@ private:
                 if (arPoll[n].revents)
                     HearFrom(*arRoles[n - 1]);
         }
+    }
+
+    // Half a source, or nothing at all, is no recording.
+    void CheckPlayed() {
+        if (bInputFailed) {
+            oServer.oProcess.CloseControl();
+            oServer.oProcess.WaitExit(5000); // it says why
+            throw Failure(ExitCode::Input, "what was played of it is kept in " + oOptions.szOutput + ".part.");
+        }
+        if (oSummary.nFramesIn == 0 && !oSummary.bStopped)
+            throw Failure(ExitCode::Input, "standard input held no audio.");
+        if (oSummary.nFramesIn == 0)
+            throw Failure(ExitCode::Recording, "stopped before anything was played; no file was made.");
     }
 
     void HearLines(Role& oRole) {
@@ -212,6 +238,11 @@ private:
             oDisplay.Clear();
             std::fprintf(stderr, "lumora record: an unfinished recording was there; it is kept as %s\n",
                          oEvent.Text("path").value_or("").c_str());
+        } else if (oEvent.Name() == "set" && oEvent.Text("result") != "ok") {
+            oDisplay.Clear();
+            std::fprintf(stderr, "lumora record: the device refuses %s=%g: %s\n",
+                         oEvent.Text("name").value_or("").c_str(), oEvent.Real("value"),
+                         oEvent.Text("result").value_or("").c_str());
         } else if (oEvent.Name() == "volume") {
             oDisplay.Clear();
             std::printf("volume     %g at frame %llu\n", oEvent.Real("value"),
@@ -219,6 +250,7 @@ private:
             std::fflush(stdout);
         } else if (oEvent.Name() == "finished" && oEvent.Text("hash")) {
             bServerFinished = true;
+            bInputFailed = oEvent.Text("input") == "failed";
             oSummary.nFramesIn = oEvent.Number("frames");
             oSummary.nCyclesSent = oEvent.Number("cycles");
             oSummary.nHeldCycles = oEvent.Number("held");
@@ -242,6 +274,7 @@ private:
     ProgressDisplay oDisplay;
     RecordSummary oSummary;
     bool bServerFinished = false;
+    bool bInputFailed = false;
     int nServerStatus = 0;
     Role oHelper;
     Role oRecorder;
@@ -259,7 +292,7 @@ int RunRecord(RecordOptions const& oOptions) {
     RecordSummary const oSummary = oRun.Run();
     std::fputs(SummaryText(oSummary).c_str(), stdout);
     if (oRun.ServerStatus() > 0)
-        return oRun.ServerStatus(); // an input that could not be read to its end; the server has said so
+        return oRun.ServerStatus(); // it has said why
     bool const bGood = oSummary.IsBitExact() && oSummary.LostCycles() == 0;
     return static_cast<int>(bGood ? ExitCode::Success : ExitCode::Recording);
 }

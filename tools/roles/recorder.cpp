@@ -39,7 +39,7 @@ public:
             oIntake.WaitForFrames(nKeep, kFramePatience);
         oThread.Finish();
         bool const bNothing = oWriter.FrameCount() == 0 && !bFinish; // whoever says "finish" wants a file all the same
-        if (bNothing)
+        if (bNothing && !bAbandon)
             std::fputs("lumora recorder: nothing was recorded; no file was made.\n", stderr);
         if (bAbandon || bNothing)
             oWriter.Abandon();

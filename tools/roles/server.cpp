@@ -181,19 +181,21 @@ private:
     int Finish() {
         char szHash[17];
         std::snprintf(szHash, sizeof szHash, "%016llx", static_cast<unsigned long long>(oPlayer.Hash()));
+        auto const szFailure = oPlayer.ReadFailure();
         EventLine("finished")
             .Add("frames", oPlayer.FramesPlayed())
             .Add("cycles", oFigures.nCycles)
             .Add("held", oFigures.nHeldCycles)
             .Add("late", oFigures.nLateCycles)
             .Add("hash", std::string(szHash))
+            .Add("input", szFailure ? "failed" : "whole")
             .Print();
         // A parent keeps this process until the recorder has everything: what the recorder was too slow to take still
         // waits in this process's connection.
         while (oOptions.nControl >= 0 && !oStop.Wait(-1))
             oStop.NextCommand();
-        if (auto const szWhy = oPlayer.ReadFailure())
-            throw Failure(ExitCode::Input, *szWhy);
+        if (szFailure)
+            throw Failure(ExitCode::Input, *szFailure);
         return static_cast<int>(ExitCode::Success);
     }
 

@@ -25,6 +25,6 @@ struct ServerOptions {
 //   started rate= cycle= frames= realtime=   (frames only when known)
 //   set name= value= result=                 (each change made)
 //   progress frames= left= right=            (ten times a second, with bProgress; peaks since the last, linear)
-//   finished frames= cycles= held= late= hash=
+//   finished frames= cycles= held= late= hash= input=
 // Returns the exit status; throws Failure.
 int RunServer(ServerOptions const& oOptions);
