@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -69,6 +70,10 @@ int main(int nArguments, char** ppArguments) {
     } catch (Failure const& oWhy) {
         std::fprintf(stderr, "%s: %s\n", NameOf(nArguments, ppArguments).c_str(), oWhy.what());
         return static_cast<int>(oWhy.Code());
+    } catch (std::system_error const& oWhy) { // a thread, nearly always
+        std::fprintf(stderr, "%s: the system refuses what this needs: %s\n", NameOf(nArguments, ppArguments).c_str(),
+                     oWhy.what());
+        return static_cast<int>(ExitCode::Service);
     } catch (std::exception const& oWhy) {
         std::fprintf(stderr, "%s: unexpectedly: %s\n", NameOf(nArguments, ppArguments).c_str(), oWhy.what());
         return static_cast<int>(ExitCode::Recording);

@@ -8,6 +8,7 @@
 #include "platform/host/services.h"
 
 #include <atomic>
+#include <chrono>
 
 #include <unistd.h>
 
@@ -33,11 +34,12 @@ int RunHelper(HelperOptions const& oOptions) {
     StopSignal oStop(oOptions.nControl);
     std::atomic<bool> bLost{false};
     HelperService oService([](EventLine const& oEvent) { oEvent.Print(); }, [&] { bLost.store(true), oStop.Wake(); });
-    constexpr int kTries = 100, kBetweenTries_ms = 20;
-    for (int n = 0; !bLost.load() && HelperService::ServingProcess() != getpid(); ++n)
+    constexpr int kBetweenTries_ms = 20;
+    auto const oGiveUp = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!bLost.load() && HelperService::ServingProcess() != getpid())
         if (oStop.Wait(kBetweenTries_ms))
             return static_cast<int>(ExitCode::Success);
-        else if (n == kTries)
+        else if (std::chrono::steady_clock::now() >= oGiveUp)
             ThrowWhyLost();
     if (!bLost.load())
         EventLine("ready").Add("service", kVADHelperService).Print();
