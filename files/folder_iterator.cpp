@@ -6,10 +6,12 @@
 #include "files/wildcard.h"
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 
 namespace LFile {
 
@@ -61,7 +63,15 @@ bool FolderIterator::Start(char const* szPath) noexcept {
 }
 
 bool FolderIterator::StartNotFollowing(char const* szFolderToList) noexcept {
-    return StartAt(AT_FDCWD, szFolderToList, O_NOFOLLOW, szFolderToList, "*", false);
+    char szOpen[PATH_MAX]; // "link/" is what the link leads to
+    std::size_t nLength = strnlen(szFolderToList, sizeof szOpen);
+    if (nLength == sizeof szOpen)
+        return false;
+    while (nLength > 1 && szFolderToList[nLength - 1] == '/')
+        --nLength;
+    std::memcpy(szOpen, szFolderToList, nLength);
+    szOpen[nLength] = '\0';
+    return StartAt(AT_FDCWD, szOpen, O_NOFOLLOW, szFolderToList, "*", false);
 }
 
 bool FolderIterator::StartBelow(FolderIterator const& oParent) noexcept {
@@ -98,7 +108,17 @@ bool FolderIterator::IsDotFolderOrMetadata(char const* szName) const noexcept {
 bool FolderIterator::_Matches(char const* szName) const noexcept {
     if (IsDotFolderOrMetadata(szName))
         return false;
-    return bExactName ? std::strcmp(szPattern, szName) == 0 : LMatchesWildcard(szPattern, szName);
+    return bExactName ? IsFileAskedFor(szName) : LMatchesWildcard(szPattern, szName);
+}
+
+// A volume that ignores letter case lists the file as it was named, not as it was asked for.
+bool FolderIterator::IsFileAskedFor(char const* szName) const noexcept {
+    struct stat oAsked;
+    struct stat oListed;
+    return std::strcmp(szPattern, szName) == 0 ||
+           (strcasecmp(szPattern, szName) == 0 && pFolder &&
+            fstatat(dirfd(pFolder), szPattern, &oAsked, AT_SYMLINK_NOFOLLOW) == 0 &&
+            fstatat(dirfd(pFolder), szName, &oListed, AT_SYMLINK_NOFOLLOW) == 0 && oAsked.st_ino == oListed.st_ino);
 }
 
 bool FolderIterator::IsDotFolder() const noexcept {

@@ -23,7 +23,7 @@ public:
     // The same for a folder with all its entries or, when a regular file is at the path, for that file in its folder.
     bool Start(char const* szPath) noexcept;
 
-    // The same for all entries of a folder that must not be a link itself.
+    // The same for all entries of a folder that must not be a link itself, also with slashes behind it.
     bool StartNotFollowing(char const* szFolderToList) noexcept;
     // And for the folder that is the current entry of another iterator, whatever has become of the path to it. False
     // also when its path does not fit.
@@ -52,6 +52,7 @@ public:
 private:
     bool StartAt(int hParent, char const* szOpen, int nFlags, char const* szFolderToKeep, char const* szPatternToKeep,
                  bool bExact) noexcept;
+    bool IsFileAskedFor(char const* szName) const noexcept;
 
     DIR* pFolder = nullptr; // null when no folder is open or its end is reached
     dirent oEntry{};

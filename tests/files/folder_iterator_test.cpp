@@ -76,6 +76,7 @@ TEST(FolderIterator, ListsWhatMatches) {
     lAll.insert({".", "..", "__MACOSX_x"});
     EXPECT_EQ(Listed<LFile::FolderIteratorAllFiles>(szFolder.c_str()), lAll);
     EXPECT_EQ(Listed<LFile::FolderIterator>(oFolder.Path("a*b").c_str()), Names{"a*b"}) << "a file is itself alone";
+    EXPECT_EQ(Listed<LFile::FolderIterator>(oFolder.Path("notes.txt").c_str()), Names{"notes.txt"});
     EXPECT_EQ(Listed<LFile::FolderIterator>(oFolder.Path("missing").c_str()), Names{});
     EXPECT_EQ(Listed<LFile::FolderIterator>(oFolder.Path("abc").c_str(), "*"), Names{});
 }

@@ -97,6 +97,7 @@ TEST(FolderDelete, TakesTheTreeAndNothingThatItsLinksLeadTo) {
         EXPECT_EQ(oFolder.Read("outside/precious"), "precious");
         fs::create_directory_symlink(oFolder.Path("outside"), oFolder.Path("tree"));
         EXPECT_FALSE(Delete(oFolder.Path("tree").c_str())) << "a link is not the folder";
+        EXPECT_FALSE(Delete(oFolder.Path("tree//").c_str())) << "nor with slashes behind it";
         EXPECT_FALSE(Delete(oFolder.Path("outside/precious").c_str())) << "a file is not the folder beside it";
         EXPECT_EQ(oFolder.Read("outside/precious"), "precious");
         EXPECT_FALSE(Delete(""));
