@@ -134,15 +134,18 @@ void LSandboxBookmarkManager::Retain(char const* szPath) noexcept {
 }
 
 void LSandboxBookmarkManager::Release(char const* szPath) noexcept {
-    Item* const pItem = pInstance ? pInstance->Find(szPath) : nullptr;
+    if (!pInstance)
+        return;
+    LList<Item>& lItems = pInstance->ListOf(szPath); // once: what is at the path may change meanwhile
+    auto const IsIt = [szPath](Item const& oItem) { return IsSamePath(oItem.szPath, szPath); };
+    Item* const pItem = lItems.Find(IsIt);
     if (!pItem)
         return;
     if (LScopedLock const oLock(pItem->mtxItem); pItem->nRefCount > 1) {
         --pItem->nRefCount;
         return;
     }
-    auto const pGone = pInstance->ListOf(szPath).Unlink([pItem](Item const& oItem) { return &oItem == pItem; });
-    pGone->StopAccessingSecurityScopedResource();
+    lItems.Unlink(IsIt)->StopAccessingSecurityScopedResource();
 }
 
 bool LSandboxBookmarkManager::IsAccessAllowedByEntitlement(char const* szPath, bool) noexcept {
