@@ -6,7 +6,12 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+
+namespace {
+constexpr std::size_t kMostAtOnce = 1 << 30; // a call with more than INT_MAX bytes is refused by some systems
+}
 
 LFileDescriptor LOpenLocked(char const* szPath, int nFlags, int nLock, unsigned int nTimeout) noexcept {
     LFileDescriptor oFile(open(szPath, nFlags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666));
@@ -23,7 +28,7 @@ long long LSizeOfFile(int hFile) noexcept {
 std::ptrdiff_t LReadWhole(int hFile, void* pTo, std::size_t nSize) noexcept {
     std::size_t nDone = 0;
     while (nDone < nSize) {
-        ssize_t const nRead = read(hFile, static_cast<char*>(pTo) + nDone, nSize - nDone);
+        ssize_t const nRead = read(hFile, static_cast<char*>(pTo) + nDone, std::min(nSize - nDone, kMostAtOnce));
         if (nRead < 0 && errno == EINTR)
             continue;
         if (nRead < 0)
@@ -38,7 +43,8 @@ std::ptrdiff_t LReadWhole(int hFile, void* pTo, std::size_t nSize) noexcept {
 bool LWriteWhole(int hFile, void const* pFrom, std::size_t nSize) noexcept {
     std::size_t nDone = 0;
     while (nDone < nSize) {
-        ssize_t const nWritten = write(hFile, static_cast<char const*>(pFrom) + nDone, nSize - nDone);
+        ssize_t const nWritten =
+            write(hFile, static_cast<char const*>(pFrom) + nDone, std::min(nSize - nDone, kMostAtOnce));
         if (nWritten < 0 && errno == EINTR)
             continue;
         if (nWritten <= 0)
