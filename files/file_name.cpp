@@ -27,7 +27,7 @@ char const* const kFolderMessages[] = {
     "Folder name must not start with a period",
     "Folder name must not contain control characters",
     "Folder component must not contain character :",
-    "'%.200s' is reserved for use by the operating system",
+    "'%s' is reserved for use by the operating system",
 };
 
 bool IsControl(char c) noexcept {

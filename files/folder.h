@@ -11,8 +11,9 @@ bool FolderExists(char const* szPath) noexcept;
 bool RegularFileExists(char const* szPath) noexcept;
 
 // Makes the folder, and first every folder above it that is missing, each with mode 0777 (less the process's umask).
-// False when one can't be made, and also when the folder is there already: ask FolderExists first. A path of 260 bytes
-// or more is refused before anything is made.
+// False when one can't be made, and also when the folder is there already: ask FolderExists first. With a separator at
+// its end the path names what was made a moment ago as the folder above, and is refused for that: leave it off. A path
+// of 260 bytes or more is refused before anything is made.
 bool CreateFolderTree(char const* szFolder) noexcept;
 
 } // namespace LFile

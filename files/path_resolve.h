@@ -16,8 +16,9 @@ void MakeAbsoluteFilePath(char* szOut, char const* szBaseFolder, char const* szP
 bool GetRelativePathFromAbsolutePath(char* szOut, char const* szBaseFolder, char const* szPath) noexcept;
 
 // The first of name, name_0, name_1, ... that nothing has yet in the folder, joined with the extension. A symbolic link
-// counts, wherever it leads. Returns szOut. When no free name fits in the buffer the result is "", which nothing can be
-// created at. Another process may take the name between this call and the next: create with O_EXCL.
+// counts, wherever it leads. Returns szOut. A path that is cut to fit will do as long as nothing is there; when
+// something is, and no name with a counter fits, the result is "", which nothing can be created at. Another process may
+// take the name between this call and the next: create with O_EXCL.
 char* MakeUniqueOrderedFilePath(char* szOut, char const* szFolder, char const* szName, char const* szExt) noexcept;
 
 // The mount point of the file system that holds the path. When that can't be had: "name:\" for a path that begins with
