@@ -219,8 +219,12 @@ void xpc_dictionary_set_date(xpc_object_t dictionary, char const* key, int64_t v
 }
 
 void xpc_dictionary_set_data(xpc_object_t dictionary, char const* key, void const* bytes, size_t length) {
-    if (bytes || length == 0)
+    if (!bytes && length != 0)
+        return;
+    try {
         Set(dictionary, key, Bytes::Make(XPC_TYPE_DATA, bytes, length));
+    } catch (std::bad_alloc const&) { // there are not that many bytes
+    }
 }
 
 void xpc_dictionary_set_string(xpc_object_t dictionary, char const* key, char const* string) {

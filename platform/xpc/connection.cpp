@@ -69,8 +69,6 @@ Connection::Connection(Kind eKindOfConnection, char const* szNameOfConnection, d
       szName(szNameOfConnection ? szNameOfConnection : ""), pTarget(Retained(pTargetOfConnection)) {}
 
 Connection::~Connection() {
-    if (auto const pFinalize = pFinalizer.load())
-        pFinalize(pContext.load());
     if (pTarget)
         dispatch_release(pTarget);
 }
@@ -86,9 +84,30 @@ Ref<Connection> Connection::MakeToEndpoint(Endpoint const& oEndpoint) {
     return pConnection;
 }
 
+// The finalizer comes last: by then every handler has been destroyed.
 void Connection::ReleaseMemory() {
-    if (nMemoryHolders.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete this;
+    if (nMemoryHolders.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        return;
+    auto const pFinalize = pFinalizer.load();
+    auto* const pOfUser = pContext.load();
+    delete this;
+    if (pFinalize)
+        pFinalize(pOfUser);
+}
+
+// What comes after the thread's last work. The block is destroyed before the memory goes.
+void Connection::RunElsewhere(dispatch_queue_t pQueue, dispatch_block_t oBlock) {
+    if (!pQueue)
+        pQueue = pTarget.load();
+    if (!pQueue)
+        pQueue = dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0);
+    auto const pBlock = std::make_shared<dispatch_block_t>(std::move(oBlock));
+    nMemoryHolders.fetch_add(1, std::memory_order_relaxed);
+    dispatch_async(pQueue, [this, pBlock] {
+        (*pBlock)();
+        *pBlock = nullptr;
+        ReleaseMemory();
+    });
 }
 
 void Connection::LastReferenceGone(Object* pObject) {
@@ -192,10 +211,9 @@ void Connection::FailReply(ReplyTarget oReply, xpc_object_t pError) {
         lAnswered.push_back(std::move(oReply));
         return Wake();
     }
-    dispatch_queue_t const pOwn = oReply.pQueue ? oReply.pQueue : pTarget.load();
+    dispatch_queue_t const pQueue = oReply.pQueue;
     auto const pReply = std::make_shared<ReplyTarget>(std::move(oReply));
-    dispatch_async(pOwn ? pOwn : dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0),
-                   [pReply] { pReply->oHandler(pReply->pAnswer.Get()); });
+    RunElsewhere(pQueue, [pReply] { pReply->oHandler(pReply->pAnswer.Get()); });
 }
 
 // With mtx held. Everybody who waits for an answer, with what there is to tell them; those asked first come first.
@@ -255,11 +273,8 @@ void Connection::Answer(uint64_t nReply, uint64_t nGenerationOfMessage, Dictiona
 
 void Connection::SendBarrier(dispatch_block_t oBarrier) {
     Lock oLock(mtx);
-    if (bFinished) {
-        dispatch_queue_t const pOwn = pTarget.load();
-        return dispatch_async(pOwn ? pOwn : dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0),
-                              std::move(oBarrier));
-    }
+    if (bFinished)
+        return RunElsewhere(nullptr, std::move(oBarrier));
     oOutgoing.AddBarrier(std::move(oBarrier));
     // While messages flow the thread comes by on its own every few milliseconds; a sender need not pay for waking it.
     if (nTicks == 0 || oOutgoing.CountBarriers() >= kBarriersWorthWaking)

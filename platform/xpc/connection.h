@@ -85,6 +85,7 @@ private:
     Connection(Kind eKindOfConnection, char const* szNameOfConnection, dispatch_queue_t pTarget);
     ~Connection();
     void ReleaseMemory();
+    void RunElsewhere(dispatch_queue_t pQueue, dispatch_block_t oBlock);
     bool IsListener() const { return eKind == Kind::ServiceListener || eKind == Kind::AnonymousListener; }
     bool CanSend() const { return !IsListener() && !bDead && !bFinished; }
 

@@ -244,7 +244,7 @@ void Connection::RunReplies(std::vector<ReplyTarget> lReplies) {
         if (oReply.pQueue) {
             dispatch_queue_t const pQueue = oReply.pQueue;
             auto const pShared = std::make_shared<ReplyTarget>(std::move(oReply)); // a block can be copied, this can't
-            dispatch_async(pQueue, [pShared] { pShared->oHandler(pShared->pAnswer.Get()); });
+            RunElsewhere(pQueue, [pShared] { pShared->oHandler(pShared->pAnswer.Get()); });
         } else if (oReply.bAtOnce) {
             oReply.oHandler(oReply.pAnswer.Get());
         } else {

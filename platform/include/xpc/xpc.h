@@ -13,6 +13,7 @@
 // - A connection by name sees XPC_ERROR_CONNECTION_INTERRUPTED when its peer goes away, and looks the name up again
 //   with the next message; a connection from an endpoint, or of a listener's peer, then becomes invalid.
 // - A reply handler runs exactly once: with the reply, or with the error that took its place.
+// - A connection's finalizer runs when nothing is left of its handlers, and of the handlers of its replies and barriers.
 // - An endpoint is a right to connect: whoever holds it, reaches its listener.
 // Differs from the OS:
 // - Where the compiler has no blocks, handlers are std::function.
@@ -156,7 +157,7 @@ void xpc_dictionary_set_int64(xpc_object_t dictionary, char const* key, int64_t 
 void xpc_dictionary_set_uint64(xpc_object_t dictionary, char const* key, uint64_t value);
 void xpc_dictionary_set_double(xpc_object_t dictionary, char const* key, double value);
 void xpc_dictionary_set_date(xpc_object_t dictionary, char const* key, int64_t value);
-// Copies `length` bytes: the only copy that a sent message makes.
+// Copies `length` bytes: the only copy that a sent message makes. Sets nothing when there is no memory for them.
 void xpc_dictionary_set_data(xpc_object_t dictionary, char const* key, void const* bytes, size_t length);
 // A null string or UUID, or a descriptor that can't be duplicated, sets nothing.
 void xpc_dictionary_set_string(xpc_object_t dictionary, char const* key, char const* string);
