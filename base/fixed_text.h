@@ -19,7 +19,8 @@ public:
     LFixedWriter& Add(char const* szMore) noexcept { return Add(szMore, std::strlen(szMore)); }
     LFixedWriter& Add(char const* pMore, std::size_t nBytes) noexcept {
         std::size_t const nFits = nBytes < nRoom - nLength ? nBytes : nRoom - nLength;
-        std::memcpy(szText + nLength, pMore, nFits);
+        if (nFits > 0) // an empty view may point nowhere
+            std::memcpy(szText + nLength, pMore, nFits);
         nLength += nFits;
         szText[nLength] = '\0';
         bCut = bCut || nFits < nBytes;
@@ -48,10 +49,11 @@ private:
     bool bCut = false;
 };
 
-// Copies a C string into a fixed buffer, cut to fit.
+// Copies a C string into a fixed buffer, cut to fit; null is empty. What stands behind the NUL is left as it is.
 template <std::size_t nSize>
 void LCopyFixed(char (&szTo)[nSize], char const* szFrom) noexcept {
-    std::size_t const nLength = strnlen(szFrom, nSize - 1);
-    std::memcpy(szTo, szFrom, nLength);
+    std::size_t const nLength = szFrom ? strnlen(szFrom, nSize - 1) : 0;
+    if (nLength > 0)
+        std::memcpy(szTo, szFrom, nLength);
     szTo[nLength] = '\0';
 }

@@ -1,6 +1,7 @@
 // LList: the library's intrusive singly linked list.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <memory>
@@ -8,8 +9,11 @@
 
 // The list that carries keys, items, connections and clients. An item brings its own `Item* pNext`; the list owns its
 // items and deletes them, first to last, when it is cleared or destroyed. New items always go to the front, so that of
-// two equal items the newer one is found first. Has no lock: whoever shares a list brings one. Passed by reference,
-// never copied.
+// two equal items the newer one is found first. Passed by reference, never copied.
+//
+// Has no lock: whoever shares a list brings one, with one exception. While one thread inserts, others may walk the list
+// (range-based for, Find, IsEmpty): an item in front changes none that is there already, and a walk sees the list as it
+// was when the walk began. Two threads that insert, and any thread that takes items out, need a lock against everybody.
 template <class Item>
 class LList {
 public:
@@ -20,19 +24,20 @@ public:
 
     Item* pHead = nullptr; // the first item, null when the list is empty; the last item's pNext is null
 
-    bool IsEmpty() const noexcept { return pHead == nullptr; }
+    bool IsEmpty() const noexcept { return First() == nullptr; }
 
     // The list owns the item from here on.
     Item& Insert(std::unique_ptr<Item> pItem) noexcept {
         pItem->pNext = pHead;
-        pHead = pItem.release();
-        return *pHead;
+        Item& oInserted = *pItem.release();
+        std::atomic_ref(pHead).store(&oInserted, std::memory_order_release);
+        return oInserted;
     }
 
     // The first item for which `oMatches(item)` is true, or null.
     template <class Predicate>
     Item* Find(Predicate const& oMatches) const {
-        Item* pItem = pHead;
+        Item* pItem = First();
         while (pItem && !oMatches(std::as_const(*pItem)))
             pItem = pItem->pNext;
         return pItem;
@@ -61,7 +66,7 @@ public:
             ;
     }
 
-    // For range-based loops; the list must not change meanwhile.
+    // For range-based loops.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -82,6 +87,9 @@ public:
     private:
         Item* pItem;
     };
-    Iterator begin() const noexcept { return Iterator(pHead); }
+    Iterator begin() const noexcept { return Iterator(First()); }
     Iterator end() const noexcept { return Iterator(nullptr); }
+
+private:
+    Item* First() const noexcept { return std::atomic_ref(const_cast<Item*&>(pHead)).load(std::memory_order_acquire); }
 };
