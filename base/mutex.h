@@ -4,7 +4,6 @@
 #include "base/thread_annotations.h"
 
 #include <pthread.h>
-#include <time.h>
 
 // A statically initialised, never destroyed, non-recursive mutex: usable before any constructor of the program has run
 // and after the last destructor. Any thread.
@@ -32,10 +31,6 @@ public:
 
     // Gives the mutex up while it waits and holds it again on return, which may come without a reason: look again.
     void Wait(LMutex& mtxHeld) noexcept REQUIRES(mtxHeld) { pthread_cond_wait(&oCondition, &mtxHeld.mtx); }
-    // The same, until an instant of the calendar clock; false once that has passed.
-    bool WaitUntil(LMutex& mtxHeld, timespec const& oInstant) noexcept REQUIRES(mtxHeld) {
-        return pthread_cond_timedwait(&oCondition, &mtxHeld.mtx, &oInstant) == 0;
-    }
     void WakeAll() noexcept { pthread_cond_broadcast(&oCondition); }
 
 private:

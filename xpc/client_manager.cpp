@@ -1,5 +1,7 @@
 #include "xpc/client_manager.h"
 
+#include "xpc/code_hold.h"
+
 #include <exception>
 
 constinit LRecursiveMutex LXPCClientManager::mtxClients;
@@ -26,6 +28,11 @@ LXPCClient* LXPCClientManager::GetClient(int nId) noexcept {
 std::unique_ptr<LXPCClientListable> LXPCClientManager::Unlink(int nId) noexcept {
     LScopedLock const oLock(mtxClients);
     return lClients->Unlink([nId](LXPCClientListable const& oClient) { return oClient.nClientId == nId; });
+}
+
+std::unique_ptr<LXPCClientListable> LXPCClientManager::UnlinkFirst() noexcept {
+    LScopedLock const oLock(mtxClients);
+    return lClients->UnlinkFirst();
 }
 
 // Deleted without the mutex: deleting waits for sink calls, and those may want it.
@@ -88,7 +95,7 @@ void LXPCClientManager::AddKey(int nId, char const* szName, LXPCDataType nType, 
 }
 
 void LXPCClientManager::AddKeys(int nId, LXPCDictionaryKey const* arTable, bool bReceive) noexcept {
-    for (; arTable->szName[0]; ++arTable)
+    for (; arTable && arTable->szName[0]; ++arTable)
         AddKey(nId, arTable->szName, arTable->nType, bReceive);
 }
 
@@ -106,6 +113,7 @@ void LXPCClientManager::SendMessage(int nId, char const* szName, unsigned long n
 void LXPCClientManager::StartList() noexcept NO_THREAD_SAFETY_ANALYSIS {
     lClients->Clear();
     nClientCount = 0;
+    LXPCCodeHold::Start();
 }
 
 void LXPCClientManager::StartMutex() noexcept {
@@ -113,16 +121,19 @@ void LXPCClientManager::StartMutex() noexcept {
 }
 
 void LXPCClientManager::EndMutex() noexcept {
-    {
-        LScopedLock const oLock(mtxClients);
-        lLeaving->TakeAll(*lClients);
+    while (std::unique_ptr<LXPCClientListable> pClient = UnlinkFirst()) {
+        pClient->StopEvents();
+        lLeaving->Insert(std::move(pClient));
     }
-    for (LXPCClientListable& oClient : *lLeaving)
-        oClient.StopEvents();
     mtxClients.Destroy();
 }
 
+// No sink runs any more; what is waited for are threads of the platform's with a few lines left to run. One that is
+// still there after ten seconds is stopped or starved. Going on then may crash, if the code goes away and that thread
+// comes back; waiting for good would surely hang the host, and all sound of the machine, on a thread that may never run
+// again. And when the process ends the code does not go away, so nothing is lost.
 void LXPCClientManager::EndList() noexcept {
+    constexpr unsigned kLongest_ms = 10000;
     lLeaving->Clear();
-    LXPCCodeHold::WaitForNone(2000);
+    LXPCCodeHold::EndWhenNone(kLongest_ms);
 }

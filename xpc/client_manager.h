@@ -34,7 +34,7 @@ public:
     // The same with every client: first all connections end, then the clients. IDs start at 1 again.
     static void DestroyAll() noexcept;
 
-    // As the operations of LXPCClient and LXPCBase.
+    // As the operations of LXPCClient and LXPCBase. A null table holds nothing.
     static bool Connect(int nId, char const* szName, unsigned long nInstance, bool bMachService) noexcept;
     static bool ConnectEndPoint(int nId, char const* szName, unsigned long nInstance, xpc_object_t pEndPoint) noexcept;
     static xpc_object_t CreateEndPoint(int nId, char const* szName, unsigned long nInstance) noexcept;
@@ -50,14 +50,16 @@ public:
     // Load and unload, in this order, on the loading and the unloading thread while no other thread calls in.
     static void StartList() noexcept;
     static void StartMutex() noexcept;
-    // Takes the clients out of the registry and waits for their sink calls, which may want the mutex; then destroys it.
+    // Takes the clients out of the registry, those too that sinks create meanwhile, and waits for their sink calls,
+    // which may want the mutex; then destroys it.
     static void EndMutex() noexcept;
-    // Deletes the clients and waits, at most two seconds, until the platform has let go of their handlers: those are
+    // Deletes the clients and waits, at most ten seconds, until the platform has let go of their handlers: those are
     // code that is about to go away.
     static void EndList() noexcept;
 
 private:
     static std::unique_ptr<LXPCClientListable> Unlink(int nId) noexcept;
+    static std::unique_ptr<LXPCClientListable> UnlinkFirst() noexcept;
 
     static constinit LRecursiveMutex mtxClients;
     static constinit LImmortal<LList<LXPCClientListable>> lClients GUARDED_BY(mtxClients); // newest first

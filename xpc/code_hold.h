@@ -5,22 +5,21 @@
 
 // A handler that has been given to the platform is called, and destroyed, later and on a thread of the platform's:
 // behind a cancelled connection a last error and late notices still come. Before the code goes away (the bundle is
-// unloaded) all of them must be gone, and the threads that ran them must be out of the code. Any thread.
+// unloaded) all of them must be gone, and the threads that ran them must be out of the code.
 //
-// A connection that is covered counts until the platform frees it, which is after it has destroyed its handlers; it is
-// the platform's own code that then counts it out, so nobody is in this code any more. An LXPCCodeHold is for what the
-// handlers share: the platform may hand a reply's handler to another thread, where it outlives its connection.
+// Every handler of ours belongs to a connection: to itself, to a reply or to a barrier. The platform frees a connection
+// when it has destroyed all three, and then it is the platform's own code that counts the connection out, so that
+// nobody is in this code any more.
 class LXPCCodeHold {
 public:
-    LXPCCodeHold() noexcept;
-    ~LXPCCodeHold();
-    LXPCCodeHold(LXPCCodeHold const&) = delete;
-    LXPCCodeHold& operator=(LXPCCodeHold const&) = delete;
+    // From here on connections can be covered. At load, before any other thread.
+    static void Start() noexcept;
 
-    // Counts the connection from now until it is freed. Takes its context and its finalizer.
+    // Counts the connection until it is freed; before Start and after the end, or when Start found no memory, it does
+    // nothing. Once for each connection: takes its context and its finalizer. Any thread.
     static void Cover(xpc_connection_t pConnection) noexcept;
 
-    // Waits until there is neither hold nor covered connection, at most `nTimeout_ms` milliseconds for each: true when
-    // there is none. Not from a handler.
-    static bool WaitForNone(unsigned nTimeout_ms) noexcept;
+    // Waits until no covered connection is left, at most `nTimeout_ms` milliseconds: true when none is. At unload, when
+    // nobody but handlers that are still running can cover one more.
+    static bool EndWhenNone(unsigned nTimeout_ms) noexcept;
 };

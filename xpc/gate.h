@@ -2,7 +2,6 @@
 #pragma once
 
 #include "base/mutex.h"
-#include "xpc/code_hold.h"
 
 class LXPCBase;
 
@@ -13,8 +12,9 @@ class LXPCBase;
 // Closing also waits for the calls that are inside, so that on its return no sink call of the object runs any more and
 // nobody reads its keys: sink, keys and object may then be deleted. Exempt are the calls that would wait for the
 // closing thread in turn: one further up its own stack (a sink that destroys the client that is calling it), and calls
-// whose sinks are closing gates that the closing thread stands in (two sinks that destroy each other's clients). Such a
-// call is past reading the keys and touches nothing but the gate when its sink returns.
+// whose sinks are closing gates that the closing thread stands in (two sinks that destroy each other's clients, or a
+// ring of them, each destroying the next one's). Such a call is past reading the keys and touches nothing but the gate
+// when its sink returns.
 //
 // Close is called with no lock held: the sinks it waits for take the registry's mutex and the clients' locks. The
 // gates' own mutex is a leaf, held for a few lines at a time and never over a call. Any thread.
@@ -64,7 +64,6 @@ private:
     static unsigned nClosing GUARDED_BY(mtxGates);
 
     LXPCBase& oBase;
-    LXPCCodeHold const oHold; // the gate lives as long as the last handler
     bool bClosed GUARDED_BY(mtxGates) = false;
     Call* pCalls GUARDED_BY(mtxGates) = nullptr;
 };
