@@ -46,34 +46,38 @@ LXPCClient::RecordPtr LXPCClient::NewRecord(char const* szName, unsigned long nI
     return pRecord;
 }
 
-bool LXPCClient::Connect(char const* szName, unsigned long nInstance, bool bMachService) noexcept {
+// Looked up and inserted under one lock, so that of two threads the loser never opens a connection to the peer.
+template <class Create>
+bool LXPCClient::ConnectNew(char const* szName, unsigned long nInstance, Create const& oCreate) noexcept try {
     RecordPtr pRecord = NewRecord(szName, nInstance);
-    if (!pRecord || IsConnectionValid(szName, nInstance))
+    if (!pRecord)
         return false;
-    return ConnectNew(std::move(pRecord), bMachService ? xpc_connection_create_mach_service(szName, nullptr, 0)
-                                                       : xpc_connection_create(szName, nullptr));
-}
-
-bool LXPCClient::ConnectEndPoint(char const* szName, unsigned long nInstance, xpc_object_t pEndPoint) noexcept {
-    RecordPtr pRecord = NewRecord(szName, nInstance);
-    if (!pRecord || !pEndPoint || IsConnectionValid(szName, nInstance))
-        return false;
-    return ConnectNew(std::move(pRecord), xpc_connection_create_from_endpoint(static_cast<xpc_endpoint_t>(pEndPoint)));
-}
-
-bool LXPCClient::ConnectNew(RecordPtr pRecord, xpc_connection_t pCounted) noexcept {
+    LScopedLock const oLock(mtxConnections);
+    xpc_connection_t const pCounted = Find(szName, nInstance) ? nullptr : oCreate();
     if (!pCounted)
         return false;
     pRecord->Adopt(pCounted);
-    LScopedLock const oLock(mtxConnections);
-    if (Find(pRecord->szName, pRecord->nInstance)) // somebody was faster; the record ends after the lock
-        return false;
     SetupConnectionHandlerAndResume(lConnections.Insert(std::move(pRecord)));
     return true;
+} catch (std::exception const&) { // memory ran out
+    return false;
+}
+
+bool LXPCClient::Connect(char const* szName, unsigned long nInstance, bool bMachService) noexcept {
+    return ConnectNew(szName, nInstance, [&] {
+        return bMachService ? xpc_connection_create_mach_service(szName, nullptr, 0)
+                            : xpc_connection_create(szName, nullptr);
+    });
+}
+
+bool LXPCClient::ConnectEndPoint(char const* szName, unsigned long nInstance, xpc_object_t pEndPoint) noexcept {
+    return pEndPoint && ConnectNew(szName, nInstance, [&] {
+               return xpc_connection_create_from_endpoint(static_cast<xpc_endpoint_t>(pEndPoint));
+           });
 }
 
 xpc_object_t LXPCClient::CreateEndPoint(char const* szName, unsigned long nInstance) noexcept try {
-    auto const pPair = std::shared_ptr<LXPCConnectionClient const>(NewRecord(szName, nInstance));
+    PairPtr const pPair(NewRecord(szName, nInstance));
     RecordPtr pListener = NewRecord(kListenerName, 0);
     if (!pPair || !pListener || IsConnectionValid(szName, nInstance))
         return nullptr;
@@ -84,9 +88,8 @@ xpc_object_t LXPCClient::CreateEndPoint(char const* szName, unsigned long nInsta
     LXPCObject oEndPoint(xpc_endpoint_create(pCounted));
     if (!oEndPoint)
         return nullptr;
-    auto const pShared = Gate();
     xpc_connection_set_event_handler(pCounted,
-                                     [pShared, pPair](xpc_object_t pPeer) { OnPeer(pShared, *pPair, pPeer); });
+                                     [pShared = Gate(), pPair](xpc_object_t pPeer) { OnPeer(pShared, pPair, pPeer); });
     pListener->Resume();
     LScopedLock const oLock(mtxConnections);
     lConnections.Insert(std::move(pListener));
@@ -95,24 +98,30 @@ xpc_object_t LXPCClient::CreateEndPoint(char const* szName, unsigned long nInsta
     return nullptr;
 }
 
-// `oPair` has no connection: it is the name and instance that every peer gets.
-void LXPCClient::OnPeer(std::shared_ptr<LXPCGate> pGate, LXPCConnectionClient const& oPair,
-                        xpc_object_t pPeer) noexcept {
+// Gate and pair come by value: another thread may end the listener, and with it the handler that holds them.
+void LXPCClient::OnPeer(std::shared_ptr<LXPCGate> pGate, PairPtr pPair, xpc_object_t pPeer) noexcept {
     if (xpc_get_type(pPeer) != XPC_TYPE_CONNECTION)
         return;
     LXPCGate::Call const oCall(*pGate);
     if (oCall.Base())
-        static_cast<LXPCClient*>(oCall.Base())->Accept(oPair, static_cast<xpc_connection_t>(pPeer));
+        static_cast<LXPCClient*>(oCall.Base())->Accept(*pPair, static_cast<xpc_connection_t>(pPeer));
+    else
+        TurnAway(static_cast<xpc_connection_t>(pPeer));
 }
 
 void LXPCClient::Accept(LXPCConnectionClient const& oPair, xpc_connection_t pPeer) noexcept {
     RecordPtr pRecord = NewRecord(oPair.szName, oPair.nInstance);
     if (!pRecord)
-        return;
-    xpc_retain(pPeer);
-    pRecord->Adopt(pPeer);
+        return TurnAway(pPeer);
+    pRecord->Adopt(static_cast<xpc_connection_t>(xpc_retain(pPeer)));
     LScopedLock const oLock(mtxConnections);
     SetupConnectionHandlerAndResume(lConnections.Insert(std::move(pRecord)));
+}
+
+// The platform wants every peer resumed, also one that nobody listens to any more.
+void LXPCClient::TurnAway(xpc_connection_t pPeer) noexcept {
+    LXPCConnection oEnding;
+    oEnding.Adopt(static_cast<xpc_connection_t>(xpc_retain(pPeer)));
 }
 
 void LXPCClient::Disconnect(char const* szName, unsigned long nInstance) noexcept {
@@ -123,9 +132,17 @@ void LXPCClient::Disconnect(char const* szName, unsigned long nInstance) noexcep
 }
 
 void LXPCClient::DisconnectAll() noexcept {
-    LList<LXPCConnectionClient> lEnding;
-    LScopedLock const oLock(mtxConnections);
-    lEnding.TakeAll(lConnections);
+    for (;;) {
+        LList<LXPCConnectionClient> lEnding; // newest first, so that without more ado the listeners would come last
+        {
+            LScopedLock const oLock(mtxConnections);
+            lEnding.TakeAll(lConnections);
+        }
+        if (lEnding.IsEmpty())
+            return;
+        while (lEnding.Unlink([](LXPCConnectionClient const& oRecord) { return oRecord.Matches(kListenerName, 0); }))
+            ;
+    }
 }
 
 void LXPCClient::Suspend(char const* szName, unsigned long nInstance) noexcept {

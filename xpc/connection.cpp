@@ -3,6 +3,8 @@
 #include "xpc/code_hold.h"
 #include "xpc/data.h"
 
+#include <exception>
+
 LXPCConnection::~LXPCConnection() {
     Destroy();
 }
@@ -12,26 +14,31 @@ xpc_connection_t LXPCConnection::Handle() const noexcept {
 }
 
 void LXPCConnection::Adopt(xpc_connection_t pCounted) noexcept {
+    Destroy();
     hConnection = LXPCValue(pCounted);
     nRetainCount = 1;
+    bSuspended = true;
     LXPCCodeHold::Cover(pCounted);
 }
 
-void LXPCConnection::Resume() noexcept {
-    if (!bSuspended)
+void LXPCConnection::Resume() noexcept try {
+    if (!IsValid() || !bSuspended)
         return;
-    xpc_connection_resume(Handle());
     bSuspended = false;
+    xpc_connection_resume(Handle());
+} catch (std::exception const&) { // memory ran out: nothing comes over this connection
 }
 
 void LXPCConnection::Suspend() noexcept {
-    if (bSuspended)
+    if (!IsValid() || bSuspended)
         return;
     xpc_connection_suspend(Handle());
     bSuspended = true;
 }
 
 void LXPCConnection::Retain() noexcept {
+    if (!IsValid())
+        return;
     xpc_retain(Handle());
     ++nRetainCount;
 }
@@ -44,17 +51,23 @@ void LXPCConnection::Release() noexcept {
         hConnection = kEmpty;
 }
 
+void LXPCConnection::IgnoreEvents() noexcept try {
+    xpc_connection_set_event_handler(Handle(), [](xpc_object_t) {});
+} catch (std::exception const&) { // memory ran out: the sink may hear of the end
+}
+
 void LXPCConnection::Cancel() noexcept {
     if (!IsValid())
         return;
-    xpc_connection_set_event_handler(Handle(), [](xpc_object_t) {});
+    IgnoreEvents();
     xpc_connection_cancel(Handle());
 }
 
 void LXPCConnection::Destroy() noexcept {
     if (!IsValid())
         return;
+    IgnoreEvents();
     Resume();
-    Cancel();
+    xpc_connection_cancel(Handle());
     Release();
 }

@@ -7,8 +7,12 @@
 
 class LXPCConnectionClient;
 
-// Holds a connection's handle with the references that it owes for it. A handle that it is given is suspended, as the
-// platform creates them. Deleting the record ends the connection. No lock of its own: one thread at a time.
+// Holds a connection's handle with the references that it owes for it. Deleting the record ends the connection. Without
+// a handle every operation does nothing. No lock of its own: one thread at a time.
+//
+// Ending a connection tells the sink nothing of what it held back or of the end, with these exceptions: a request that
+// is still without its answer gets an EvConnectionError (each request ends once, with either), and messages that were
+// sent before are still reported sent.
 class LXPCConnection {
 public:
     LXPCConnection() noexcept = default;
@@ -16,7 +20,8 @@ public:
     LXPCConnection& operator=(LXPCConnection const&) = delete;
     virtual ~LXPCConnection(); // Destroy()
 
-    // Holds the handle from here on, with one reference that the caller had. Only for a record without a handle.
+    // Holds the handle, suspended as the platform creates it, with one reference that the caller had; a handle that the
+    // record held before is ended. A handle is adopted once in its life, by one record.
     void Adopt(xpc_connection_t pCounted) noexcept;
 
     bool IsValid() const noexcept { return hConnection != kEmpty; }
@@ -29,13 +34,14 @@ public:
     void Retain() noexcept;
     void Release() noexcept;
 
-    // Ends the connection. Its handler is replaced first, so that nobody is told.
+    // Ends the connection, which must not be suspended. Its handler is replaced first, by one that ignores every event.
     void Cancel() noexcept;
 
-    // Resumes the connection when suspended (a suspended one can't be cancelled), cancels it, drops one reference.
+    // Ends the connection also when it is suspended, and drops one reference. It is resumed for that (a suspended one
+    // can't be cancelled), but not before its handler has been replaced: what it held back is let go unseen.
     void Destroy() noexcept;
 
-    xpc_connection_t Handle() const noexcept;
+    xpc_connection_t Handle() const noexcept; // only of a record that has one
 
     static constexpr long kEmpty = -1;
 
@@ -43,4 +49,7 @@ public:
     long hConnection = kEmpty;
     bool bSuspended = true;
     std::uint64_t nRetainCount = 0; // references that the record holds on the handle
+
+private:
+    void IgnoreEvents() noexcept;
 };
