@@ -1,6 +1,7 @@
 #include "xpc/codec.h"
 
 #include <cstring>
+#include <exception>
 #include <limits>
 
 namespace {
@@ -111,6 +112,11 @@ TypeCodec const* FindType(LXPCDataType nType) {
     return nullptr;
 }
 
+void SetItem(TypeCodec const& oType, xpc_object_t pTo, LXPCData const& oItem) noexcept try {
+    oType.pSet(pTo, oItem);
+} catch (std::exception const&) { // memory ran out
+}
+
 } // namespace
 
 void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys,
@@ -119,7 +125,7 @@ void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>
         Key const* const pKey =
             lKeys.Find([&](Key const& oKey) { return std::strcmp(oKey.szName, oItem.szName) == 0; });
         if (TypeCodec const* const pType = pKey ? FindType(pKey->nType) : nullptr)
-            pType->pSet(pDictionary, oItem);
+            SetItem(*pType, pDictionary, oItem);
     }
 }
 

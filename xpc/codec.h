@@ -6,12 +6,13 @@
 #include <xpc/xpc.h>
 
 // A message has no header, name or number: it is a dictionary whose entries are declared keys. Both functions keep no
-// state and run on any thread; the key lists are read without a lock and must not change meanwhile.
+// state and run on any thread; the key lists are read without a lock: meanwhile keys may be added, but not removed (see
+// LList).
 
 // Writes each item whose name is declared (byte for byte), with the write call of the first such key's type; the other
 // items are skipped. Of two items of one name the later one stays. An item that points to nothing (null, or the -1 of a
 // fresh item) writes nothing; data of size 0 is written as empty whatever it points to, and data of more bytes than any
-// buffer has (a negative size, widened) is not written.
+// buffer has (a negative size, widened) is not written, nor is an item that there is no memory for.
 void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys,
                       LList<LXPCDataListable> const& lItems) noexcept;
 

@@ -48,6 +48,9 @@ struct LXPCDictionaryKey {
 struct LXPCDictionaryKeyListable : LXPCDictionaryKey {
     using LXPCDictionaryKey::LXPCDictionaryKey;
     explicit LXPCDictionaryKeyListable(LXPCDictionaryKey const& oKey) noexcept : LXPCDictionaryKey(oKey) {}
+    // A copy would be in the list by half.
+    LXPCDictionaryKeyListable(LXPCDictionaryKeyListable const&) = delete;
+    LXPCDictionaryKeyListable& operator=(LXPCDictionaryKeyListable const&) = delete;
 
     LXPCDictionaryKeyListable* pNext = nullptr;
 };
@@ -81,6 +84,9 @@ struct LXPCData {
 struct LXPCDataListable : LXPCData {
     using LXPCData::LXPCData;
     explicit LXPCDataListable(LXPCData const& oData) noexcept : LXPCData(oData) {}
+    // As for keys.
+    LXPCDataListable(LXPCDataListable const&) = delete;
+    LXPCDataListable& operator=(LXPCDataListable const&) = delete;
 
     LXPCDataListable* pNext = nullptr;
 };

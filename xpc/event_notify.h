@@ -13,9 +13,10 @@ enum LXPCErrorType : std::uint32_t {
     LXPCError_TerminationImminent = 3,
 };
 
-// Called on the platform's threads, never on the thread that sent and never with a lock of this library held: one call
-// at a time for each connection, calls for different connections at the same time. A sink guards its own state and may
-// call anything of the library, its own client's destruction included.
+// Called on the platform's threads, never out of a call of this library's and never with a lock of its held. A
+// connection's messages and errors come one at a time and in order; what is told about replies and sent notices, and
+// about other connections, may come at the same time. A sink guards its own state and may call anything of the library,
+// its own client's destruction included.
 //
 // `nConnection` is the connection's platform handle and `nMessage` the received message's object, good for SendReply
 // while the call runs. Items are the sink's only while the call runs (see LXPCData). An exception that leaves a call
@@ -29,7 +30,8 @@ public:
     LXPCEventNotify& operator=(LXPCEventNotify const&) = delete;
 
     virtual void EvConnectionError(long nConnection, LXPCErrorType nType) = 0;
-    // All that was sent before, up to and with one message without a reply, has been handed to the transport.
+    // All that was sent before, up to and with one message without a reply, has been handed to the transport, or was
+    // lost with a connection that broke.
     virtual void EvMessageSent(long nConnection) = 0;
 
     // The list form, called when bUseDataArray is clear.

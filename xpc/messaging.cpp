@@ -24,11 +24,12 @@ void LXPCBase::AddKey(LXPCDictionaryKey const& oKey, bool bReceive) noexcept {
 }
 
 void LXPCBase::AddKey(char const* szName, LXPCDataType nType, bool bReceive) noexcept {
-    AddKey(LXPCDictionaryKey(szName, nType), bReceive);
+    if (szName)
+        AddKey(LXPCDictionaryKey(szName, nType), bReceive);
 }
 
 void LXPCBase::AddKeys(LXPCDictionaryKey const* arTable, bool bReceive) noexcept {
-    for (; arTable->szName[0]; ++arTable)
+    for (; arTable && arTable->szName[0]; ++arTable)
         AddKey(*arTable, bReceive);
 }
 
@@ -38,10 +39,9 @@ void LXPCBase::SendMessage(long nConnection, LList<LXPCDataListable> const& lIte
     auto const pConnection = LXPCPointer<xpc_connection_t>(nConnection);
     if (!bWantReply)
         return Send(pConnection, oMessage.Get());
-    auto const pShared = pGate;
     xpc_connection_send_message_with_reply(
         pConnection, oMessage.Get(), nullptr,
-        [pShared, nConnection](xpc_object_t pReply) { OnEvent(pShared, nConnection, pReply, Origin::Reply); });
+        [pShared = pGate, nConnection](xpc_object_t pReply) { OnEvent(pShared, nConnection, pReply, Origin::Reply); });
 } catch (std::exception const&) { // memory ran out: the message is lost
 }
 
@@ -55,18 +55,16 @@ void LXPCBase::SendReply(long nConnection, long nMessage, LList<LXPCDataListable
 }
 
 void LXPCBase::Send(xpc_connection_t pConnection, xpc_object_t pMessage) {
-    auto const pShared = pGate;
-    long const nConnection = LXPCValue(pConnection);
     xpc_connection_send_message(pConnection, pMessage);
-    xpc_connection_send_barrier(pConnection, [pShared, nConnection] { OnSent(pShared, nConnection); });
+    xpc_connection_send_barrier(
+        pConnection, [pShared = pGate, nConnection = LXPCValue(pConnection)] { OnSent(pShared, nConnection); });
 }
 
 void LXPCBase::SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept try {
-    auto const pShared = pGate;
-    long const nConnection = oConnection.hConnection;
-    xpc_connection_set_event_handler(oConnection.Handle(), [pShared, nConnection](xpc_object_t pEvent) {
-        OnEvent(pShared, nConnection, pEvent, Origin::Message);
-    });
+    xpc_connection_set_event_handler(oConnection.Handle(),
+                                     [pShared = pGate, nConnection = oConnection.hConnection](xpc_object_t pEvent) {
+                                         OnEvent(pShared, nConnection, pEvent, Origin::Message);
+                                     });
     oConnection.Resume();
 } catch (std::exception const&) { // memory ran out: the connection stays suspended, nothing comes over it
 }

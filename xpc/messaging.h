@@ -11,8 +11,8 @@
 // its sink. Connections are named by their platform handles, as `long`. Nothing throws; what can't be sent is lost, and
 // the platform's failures reach the sink as errors of the connection.
 //
-// Sending: any thread, never waiting for the peer. Keys are declared while the object is being set up and do not change
-// while messages flow: they are read without a lock.
+// Sending: any thread, never waiting for the peer. Keys are read without a lock: one thread may declare them, also
+// while messages flow; a message is encoded and decoded by those that are declared when that begins.
 //
 // Destruction: no sink call of this object runs any more when it is over, other than one that the destroying thread is
 // itself inside of (see LXPCGate); handlers that the platform runs later call nothing. Whoever destroys one holds no
@@ -28,7 +28,8 @@ public:
     virtual ~LXPCBase();
 
     // Declares a key: for what is received when `bReceive`, else for what is sent. Names are cut to 259 characters; a
-    // later declaration of a name stands in front of the earlier one. A table ends with an empty name.
+    // later declaration of a name stands in front of the earlier one. A table ends with an empty name. A null name or
+    // table declares nothing.
     void AddKey(LXPCDictionaryKey const& oKey, bool bReceive) noexcept;
     void AddKey(char const* szName, LXPCDataType nType, bool bReceive) noexcept;
     void AddKeys(LXPCDictionaryKey const* arTable, bool bReceive) noexcept;
