@@ -12,29 +12,30 @@ LVADPluginXPCClient* LVADPluginXPCClient::GetInstance() noexcept {
     return &*oInstance;
 }
 
-// The keys come before the connection, whose first message may be here before the next line runs, and before the ID,
-// by which other threads send.
+// A client without a connection has no keys. What the helper says unasked before they are declared is ignored; the
+// request comes after them, and its answer says it again.
 void LVADPluginXPCClient::Connect() noexcept {
     int const nId = LXPCClientManager::Create(this);
+    nClientId = nId;
+    if (!LXPCClientManager::Connect(nId, kVADHelperService, kVADHelperInstance, true))
+        return;
     LXPCClientManager::AddKeys(nId, arVADHelperTxKeys, false);
     LXPCClientManager::AddKeys(nId, arVADHelperRxKeys, true);
-    nClientId = nId;
-    if (LXPCClientManager::Connect(nId, kVADHelperService, kVADHelperInstance, true))
-        RequestEndPoint();
+    RequestEndPoint(nId);
 }
 
-void LVADPluginXPCClient::RequestEndPoint() noexcept {
-    Send(kVADHelperService, kVADHelperInstance, LXPCData(kVADKeyRequestEndPoint, LXPCDataType_None, 1), true);
+void LVADPluginXPCClient::RequestEndPoint(int nId) noexcept {
+    Send(nId, kVADHelperService, kVADHelperInstance, LXPCData(kVADKeyRequestEndPoint, LXPCDataType_None, 1), true);
 }
 
-// No lock is held over the connecting. A thread that meanwhile was given a newer endpoint may have connected before
-// this one did, or found this one's connection in the way: so this one goes on until it has connected to the newest.
+// No lock is held over the connecting. A thread that meanwhile was given a newer endpoint may have found this one's
+// connection in the way: so whoever has put a connection there that is out of date by then goes round again. Whoever
+// found one in the way does not: that is for the thread that put it there.
 void LVADPluginXPCClient::ConnectToApp() noexcept {
     LXPCObject oConnecting = CopyEndPoint();
     if (!oConnecting)
-        return RequestEndPoint();
-    for (;;) {
-        Reconnect(oConnecting.Get());
+        return RequestEndPoint(nClientId);
+    while (Reconnect(oConnecting.Get())) {
         LXPCObject oNewest = CopyEndPoint();
         if (!oNewest || oNewest.Get() == oConnecting.Get())
             return;
@@ -42,10 +43,10 @@ void LVADPluginXPCClient::ConnectToApp() noexcept {
     }
 }
 
-void LVADPluginXPCClient::Reconnect(xpc_object_t pToEndPoint) noexcept {
+bool LVADPluginXPCClient::Reconnect(xpc_object_t pToEndPoint) noexcept {
     int const nId = nClientId;
     LXPCClientManager::Disconnect(nId, kVADAppConnection, kVADAppInstance);
-    LXPCClientManager::ConnectEndPoint(nId, kVADAppConnection, kVADAppInstance, pToEndPoint);
+    return LXPCClientManager::ConnectEndPoint(nId, kVADAppConnection, kVADAppInstance, pToEndPoint);
 }
 
 bool LVADPluginXPCClient::IsAppConnected() noexcept {
@@ -56,22 +57,23 @@ void LVADPluginXPCClient::SendAudioData(void* pData, int nByteCount) noexcept {
     if (!pData)
         return;
     auto const nSize = static_cast<unsigned long>(long{nByteCount}); // widened with its sign
-    Send(kVADAppConnection, kVADAppInstance, LXPCData(kVADKeyAudioData, LXPCDataType_None, LXPCValue(pData), nSize),
-         false);
+    Send(nClientId, kVADAppConnection, kVADAppInstance,
+         LXPCData(kVADKeyAudioData, LXPCDataType_None, LXPCValue(pData), nSize), false);
 }
 
 void LVADPluginXPCClient::SendVolumeChanged(double dVolume) noexcept {
-    Send(kVADAppConnection, kVADAppInstance, LXPCData(kVADKeyVolumeChanged, LXPCDataType_None, -1, 0, dVolume), false);
+    Send(nClientId, kVADAppConnection, kVADAppInstance,
+         LXPCData(kVADKeyVolumeChanged, LXPCDataType_None, -1, 0, dVolume), false);
 }
 
-void LVADPluginXPCClient::Send(char const* szName, unsigned long nInstance, LXPCData const& oItem,
+void LVADPluginXPCClient::Send(int nId, char const* szName, unsigned long nInstance, LXPCData const& oItem,
                                bool bWantReply) noexcept {
     std::unique_ptr<LXPCDataListable> pItem(new (std::nothrow) LXPCDataListable(oItem));
     if (!pItem)
         return;
     LList<LXPCDataListable> lItems;
     lItems.Insert(std::move(pItem));
-    LXPCClientManager::SendMessage(nClientId, szName, nInstance, lItems, bWantReply);
+    LXPCClientManager::SendMessage(nId, szName, nInstance, lItems, bWantReply);
 }
 
 void LVADPluginXPCClient::EvConnectionError(long, LXPCErrorType) {}

@@ -17,8 +17,9 @@ public:
     // Made on first use; lives until the process ends.
     static LVADPluginXPCClient* GetInstance() noexcept;
 
-    // Makes the client, connects it to the helper service and asks for the endpoint. Waits for nobody: the answer comes
-    // to EvReplyReceived. A second call makes a further client and uses that one from then on.
+    // Makes the client, connects it to the helper service, declares the keys and asks for the endpoint. Without a
+    // connection it stops before the keys, and the link sends nothing. Waits for nobody: the answer comes to
+    // EvReplyReceived. A second call makes a further client and uses that one from then on.
     void Connect() noexcept;
 
     // Connects to the application anew, or asks the helper for its endpoint when none is known yet. Calls on several
@@ -53,10 +54,11 @@ private:
     friend class LImmortal<LVADPluginXPCClient>;
     LVADPluginXPCClient() noexcept = default;
 
-    void RequestEndPoint() noexcept;
-    void Reconnect(xpc_object_t pToEndPoint) noexcept;
+    void RequestEndPoint(int nId) noexcept;
+    bool Reconnect(xpc_object_t pToEndPoint) noexcept;
     void Receive(LXPCData const* arItems, unsigned long nCount) noexcept;
-    void Send(char const* szName, unsigned long nInstance, LXPCData const& oItem, bool bWantReply) noexcept;
+    static void Send(int nId, char const* szName, unsigned long nInstance, LXPCData const& oItem,
+                     bool bWantReply) noexcept;
     void SetEndPoint(xpc_object_t pNew) noexcept;
     LXPCObject CopyEndPoint() noexcept;
 
