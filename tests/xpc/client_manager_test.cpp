@@ -2,6 +2,8 @@
 
 #include "tests/xpc/xpc_pair.h"
 
+#include <atomic>
+#include <latch>
 #include <thread>
 
 namespace {
@@ -58,14 +60,11 @@ TEST_F(RegistryTest, NumbersClientsFromOneAndAgainOnlyAfterDestroyAll) {
 TEST_F(RegistryTest, ForwardsToTheClientAndIgnoresUnknownIds) {
     int const nId = NewJoined(&oSink);
     for (int const n : {0, -1, nId + 1}) {
-        EXPECT_FALSE(LXPCClientManager::Connect(n, "Server", 2, true));
         EXPECT_FALSE(LXPCClientManager::ConnectEndPoint(n, "Server", 2, oEndPoint.Get()));
         EXPECT_EQ(LXPCClientManager::CreateEndPoint(n, "Server", 2), nullptr);
         EXPECT_FALSE(LXPCClientManager::IsConnectionValid(n, "Server", 1));
         LXPCClientManager::Disconnect(n, "Server", 1);
-        LXPCClientManager::Suspend(n, "Server", 1);
-        LXPCClientManager::Resume(n, "Server", 1);
-        LXPCClientManager::AddKey(n, "n", LXPCDataType_Bool, false);
+        LXPCClientManager::AddKeys(n, nullptr, false);
         SendById(n, 1);
     }
     LXPCClientManager::Suspend(nId, "Server", 1);
@@ -73,7 +72,7 @@ TEST_F(RegistryTest, ForwardsToTheClientAndIgnoresUnknownIds) {
     LXPCClientManager::Resume(nId, "Server", 1);
     ASSERT_TRUE(oServerSink.WaitFor(SinkEvent::Message, 1));
     EXPECT_EQ(oServerSink.All(SinkEvent::Message)[0].Names(), "n"); // AddKeys stopped at the empty name
-    EXPECT_EQ(oServerSink.All(SinkEvent::Message)[0].lItems[0].nValue, 2);
+    EXPECT_EQ(oServerSink.All(SinkEvent::Message)[0].Value(), 2);
     LXPCObject const oOwn(LXPCClientManager::CreateEndPoint(nId, "Guest", 1));
     EXPECT_TRUE(oOwn);
     EXPECT_TRUE(LXPCClientManager::IsConnectionValid(nId, "anonymousconnection", 0));
@@ -111,24 +110,46 @@ TEST_F(RegistryTest, DestructionWaitsForSinksThatUseTheRegistry) {
 }
 
 TEST_F(RegistryTest, ASinkMayDestroyItsOwnClient) {
-    for (bool const bAll : {false, true}) {
-        RecordingSink oOwn;
-        std::atomic<int> nId = 0;
-        oOwn.SetInside([&](SinkEvent const& oEvent) {
-            if (oEvent.nKind == SinkEvent::Message)
-                bAll ? LXPCClientManager::DestroyAll() : LXPCClientManager::Destroy(nId);
-        });
-        nId = NewJoined(&oOwn);
-        SendById(nId, 1000 + bAll);
-        ASSERT_TRUE(oServerSink.WaitForValue(1000 + bAll));
-        for (long n = 0; n < 3; ++n)
-            Send(oServer, "Peer", 7, n);
-        ASSERT_TRUE(oOwn.WaitFor(SinkEvent::Message, 1));
-        EXPECT_EQ(LXPCClientManager::GetClient(nId), nullptr);
-        End();
-        EXPECT_EQ(oOwn.Count(SinkEvent::Message), 1u);
-        oEndPoint = LXPCObject();
-    }
+    RecordingSink oOwn;
+    std::atomic<int> nId = 0;
+    oOwn.SetInside([&](SinkEvent const& oEvent) {
+        if (oEvent.nKind == SinkEvent::Message)
+            LXPCClientManager::Destroy(nId);
+    });
+    nId = NewJoined(&oOwn);
+    SendById(nId, 1000);
+    ASSERT_TRUE(oServerSink.WaitForValue(1000));
+    for (long n = 0; n < 3; ++n)
+        Send(oServer, "Peer", 7, n);
+    ASSERT_TRUE(oOwn.WaitFor(SinkEvent::Message, 1));
+    EXPECT_EQ(LXPCClientManager::GetClient(nId), nullptr);
+    End();
+    EXPECT_EQ(oOwn.Count(SinkEvent::Message), 1u);
+}
+
+// The unload takes the clients that sinks still make while it waits for them.
+TEST_F(RegistryTest, TheEndTakesClientsThatSinksCreateMeanwhile) {
+    RecordingSink oOwn;
+    std::atomic<int> nId = 0;
+    std::atomic<int> nMade = 0;
+    std::latch oInside(1);
+    oOwn.SetInside([&](SinkEvent const& oEvent) {
+        if (oEvent.nKind != SinkEvent::Message)
+            return;
+        oInside.count_down();
+        while (LXPCClientManager::GetClient(nId))
+            std::this_thread::yield();
+        nMade = LXPCClientManager::Create(&oSink);
+    });
+    nId = NewJoined(&oOwn);
+    SendById(nId, 1000);
+    ASSERT_TRUE(oServerSink.WaitForValue(1000));
+    Send(oServer, "Peer", 7, 1);
+    oInside.wait();
+    LXPCClientManager::EndMutex();
+    LXPCClientManager::StartMutex();
+    EXPECT_NE(nMade, 0);
+    EXPECT_EQ(LXPCClientManager::GetClient(nMade), nullptr);
 }
 
 TEST_F(RegistryTest, TwoSinksMayDestroyEachOthersClients) {
@@ -148,8 +169,8 @@ TEST_F(RegistryTest, TwoSinksMayDestroyEachOthersClients) {
         ASSERT_TRUE(oServerSink.WaitForValue(1000 + n));
         Send(oServer, "Peer", 7, n);
     }
-    EXPECT_TRUE(arSinks[0].WaitFor(SinkEvent::Message, 1));
-    EXPECT_TRUE(arSinks[1].WaitFor(SinkEvent::Message, 1));
-    EXPECT_EQ(LXPCClientManager::GetClient(arIds[0]), nullptr);
-    EXPECT_EQ(LXPCClientManager::GetClient(arIds[1]), nullptr);
+    for (int n : {0, 1}) {
+        EXPECT_TRUE(arSinks[n].WaitFor(SinkEvent::Message, 1));
+        EXPECT_EQ(LXPCClientManager::GetClient(arIds[n]), nullptr);
+    }
 }

@@ -1,8 +1,11 @@
 #include "xpc/gate.h"
 
+#include "xpc/code_hold.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <latch>
 #include <memory>
 #include <thread>
@@ -16,53 +19,29 @@ LXPCBase& AnyBase() {
     return reinterpret_cast<LXPCBase&>(arPlace);
 }
 
-bool IsClosed(LXPCGate& oGate) {
-    return LXPCGate::Call(oGate).Base() == nullptr;
-}
-
 } // namespace
 
-TEST(Gate, ClosingWaitsForCallsOnOtherThreadsAndTurnsLaterOnesAway) {
-    for (int nRound = 0; nRound < 100; ++nRound) {
-        LXPCGate oGate(AnyBase());
-        std::atomic<bool> bCloseReturned = false;
-        bool bReturnedTooEarly = true;
-        std::latch oInside(1);
-        std::thread oCaller([&] {
-            LXPCGate::Call const oCall(oGate);
-            oInside.count_down();
-            while (!IsClosed(oGate))
-                std::this_thread::yield();
-            bReturnedTooEarly = bCloseReturned;
-        });
-        oInside.wait();
-        oGate.Close();
-        bCloseReturned = true;
-        oCaller.join();
-        ASSERT_FALSE(bReturnedTooEarly);
-    }
-}
-
-TEST(Gate, ClosingFromInsideDoesNotWaitForItselfButForTheOthers) {
-    LXPCGate oGate(AnyBase());
-    std::latch oInside(2);
-    std::atomic<bool> bClosed = false;
-    bool bOtherSawClosed = true;
-    std::thread oOther([&] {
-        LXPCGate::Call const oCall(oGate);
-        oInside.arrive_and_wait();
-        while (!IsClosed(oGate))
-            std::this_thread::yield();
-        bOtherSawClosed = bClosed;
-    });
-    {
-        LXPCGate::Call const oOuter(oGate), oInner(oGate);
-        oInside.arrive_and_wait();
-        oGate.Close();
-        bClosed = true;
-    }
-    oOther.join();
-    EXPECT_FALSE(bOtherSawClosed);
+TEST(Gate, ClosingWaitsForTheCallsOfOtherThreadsOnlyAndTurnsLaterOnesAway) {
+    for (bool const bFromInside : {false, true})
+        for (int nRound = 0; nRound < 50; ++nRound) {
+            LXPCGate oGate(AnyBase());
+            std::atomic<bool> bCloseReturned = false;
+            bool bReturnedTooEarly = true;
+            std::latch oInside(2);
+            std::thread oCaller([&] {
+                LXPCGate::Call const oCall(oGate);
+                oInside.arrive_and_wait();
+                while (LXPCGate::Call(oGate).Base())
+                    std::this_thread::yield();
+                bReturnedTooEarly = bCloseReturned;
+            });
+            auto const pOwn = bFromInside ? std::make_unique<LXPCGate::Call>(oGate) : nullptr;
+            oInside.arrive_and_wait();
+            oGate.Close();
+            bCloseReturned = true;
+            oCaller.join();
+            ASSERT_FALSE(bReturnedTooEarly);
+        }
 }
 
 // Thread n stands in gate n and closes the next one: nobody can wait for everybody, and nobody hangs.
@@ -84,11 +63,16 @@ TEST(Gate, CallsThatCloseEachOthersGatesInARingDoNotHang) {
         }
 }
 
-TEST(CodeHold, IsWaitedForUntilTheLastIsGone) {
-    EXPECT_TRUE(LXPCCodeHold::WaitForNone(0));
-    auto pHold = std::make_unique<LXPCCodeHold>();
-    EXPECT_FALSE(LXPCCodeHold::WaitForNone(1));
-    std::thread oEnding([&] { pHold.reset(); });
-    EXPECT_TRUE(LXPCCodeHold::WaitForNone(20000));
-    oEnding.join();
+TEST(CodeHold, EndsWhenTheLastCoveredConnectionIsFreed) {
+    EXPECT_TRUE(LXPCCodeHold::EndWhenNone(0));
+    for (bool const bKept : {false, true}) {
+        LXPCCodeHold::Start();
+        xpc_connection_t const pConnection = xpc_connection_create(nullptr, nullptr);
+        LXPCCodeHold::Cover(pConnection);
+        if (!bKept)
+            xpc_release(pConnection);
+        EXPECT_EQ(LXPCCodeHold::EndWhenNone(bKept ? 1 : 20000), !bKept);
+        if (bKept)
+            xpc_release(pConnection); // later than the end: harmless
+    }
 }

@@ -3,9 +3,11 @@
 
 #include "xpc/event_notify.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -15,8 +17,9 @@ struct SinkEvent {
     long nConnection = 0;
     long nMessage = 0;
     LXPCErrorType nError = LXPCError_Other;
-    std::vector<LXPCData> lItems; // what they point to is gone after the call
+    std::vector<LXPCData> lItems = {}; // what they point to is gone after the call
 
+    long Value() const { return lItems.at(0).nValue; }
     std::string Names() const {
         std::string szNames;
         for (LXPCData const& oItem : lItems)
@@ -34,17 +37,14 @@ public:
     }
 
     bool WaitFor(SinkEvent::Kind nKind, size_t nCount) {
-        std::unique_lock oLock(mtx);
-        return oCame.wait_for(oLock, std::chrono::seconds(20), [&] { return CountHeld(nKind) >= nCount; });
+        return WaitUntil([&] { return CountHeld(nKind) >= nCount; });
     }
     // A message whose first item has this value.
     bool WaitForValue(long nValue) {
-        std::unique_lock oLock(mtx);
-        return oCame.wait_for(oLock, std::chrono::seconds(20), [&] {
-            for (SinkEvent const& oEvent : lEvents)
-                if (oEvent.nKind == SinkEvent::Message && oEvent.lItems[0].nValue == nValue)
-                    return true;
-            return false;
+        return WaitUntil([&] {
+            return std::any_of(lEvents.begin(), lEvents.end(), [&](SinkEvent const& oEvent) {
+                return oEvent.nKind == SinkEvent::Message && oEvent.Value() == nValue;
+            });
         });
     }
     size_t Count(SinkEvent::Kind nKind) {
@@ -54,16 +54,15 @@ public:
     std::vector<SinkEvent> All(SinkEvent::Kind nKind) {
         std::lock_guard const oLock(mtx);
         std::vector<SinkEvent> lOfKind;
-        for (SinkEvent const& oEvent : lEvents)
-            if (oEvent.nKind == nKind)
-                lOfKind.push_back(oEvent);
+        std::copy_if(lEvents.begin(), lEvents.end(), std::back_inserter(lOfKind),
+                     [=](SinkEvent const& oEvent) { return oEvent.nKind == nKind; });
         return lOfKind;
     }
 
     void EvConnectionError(long nConnection, LXPCErrorType nType) override {
-        Add({SinkEvent::Error, nConnection, 0, nType, {}});
+        Add({SinkEvent::Error, nConnection, 0, nType});
     }
-    void EvMessageSent(long nConnection) override { Add({SinkEvent::Sent, nConnection, 0, LXPCError_Other, {}}); }
+    void EvMessageSent(long nConnection) override { Add({SinkEvent::Sent, nConnection}); }
     void EvMessageReceived(long nConnection, long nMessage, LList<LXPCDataListable> const& lItems) override {
         Add({SinkEvent::MessageList, nConnection, nMessage, LXPCError_Other, {lItems.begin(), lItems.end()}});
     }
@@ -78,6 +77,11 @@ public:
     }
 
 private:
+    template <class Condition>
+    bool WaitUntil(Condition const& oCondition) {
+        std::unique_lock oLock(mtx);
+        return oCame.wait_for(oLock, std::chrono::seconds(20), oCondition);
+    }
     void Add(SinkEvent oEvent) {
         std::unique_lock oLock(mtx);
         auto const oCalled = oInside;
@@ -88,10 +92,8 @@ private:
         oCame.notify_all();
     }
     size_t CountHeld(SinkEvent::Kind nKind) const {
-        size_t nCount = 0;
-        for (SinkEvent const& oEvent : lEvents)
-            nCount += oEvent.nKind == nKind;
-        return nCount;
+        return static_cast<size_t>(std::count_if(lEvents.begin(), lEvents.end(),
+                                                 [=](SinkEvent const& oEvent) { return oEvent.nKind == nKind; }));
     }
 
     std::mutex mtx;

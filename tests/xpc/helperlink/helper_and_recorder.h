@@ -1,6 +1,7 @@
 // The other side of the link, in the test's process: a helper service and recorder applications.
 #pragma once
 
+#include "tests/harness/temporary_folder.h"
 #include "tests/xpc/recording_sink.h"
 #include "xpc/client.h"
 #include "xpc/helperlink/helper_keys.h"
@@ -10,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -27,17 +27,9 @@ bool WaitUntil(Condition const& oCondition) {
 }
 
 // A folder of this test's own for the services' names.
-class ServiceFolder {
-public:
-    ServiceFolder() {
-        char szPath[] = "/tmp/lumora-link-XXXXXX";
-        szFolder = mkdtemp(szPath);
-        setenv("XDG_RUNTIME_DIR", szPath, 1);
-    }
-    ~ServiceFolder() { std::filesystem::remove_all(szFolder); }
-
-private:
-    std::string szFolder;
+struct ServiceFolder {
+    ServiceFolder() { setenv("XDG_RUNTIME_DIR", oFolder.Path().c_str(), 1); }
+    TemporaryFolder const oFolder;
 };
 
 // Answers REQUEST_ENDPOINT with the endpoint that it was given last, or with nothing of use.
@@ -53,14 +45,10 @@ public:
         xpc_connection_set_event_handler(pListener, [](xpc_object_t) {});
         xpc_connection_cancel(pListener);
         xpc_release(pListener);
-        std::vector<LXPCObject> lEnding;
-        {
-            std::lock_guard const oLock(mtx);
-            lEnding.swap(lPeers);
-        }
-        for (LXPCObject const& oPeer : lEnding)
+        PlatformQuiesce(); // no peer comes any more
+        for (LXPCObject const& oPeer : lPeers)
             xpc_connection_cancel(static_cast<xpc_connection_t>(oPeer.Get()));
-        lEnding.clear();
+        lPeers.clear();
         PlatformQuiesce();
     }
 

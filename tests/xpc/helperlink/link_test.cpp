@@ -3,12 +3,10 @@
 #include "xpc/helperlink/vad_plugin_exports.h"
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
 
-#include "base/file_descriptor.h"
-
 #include <csignal>
+#include <cstdio>
+#include <memory>
 #include <optional>
-#include <spawn.h>
-#include <sys/wait.h>
 
 namespace {
 
@@ -67,10 +65,8 @@ TEST_F(LinkTest, TheHelpersAnswerConnectsAndAudioAndVolumeFollow) {
 
 TEST_F(LinkTest, WithoutAnEndpointEachConnectToAppAsksOnceMore) {
     LVADPluginConnectToApp(); // before Connect there is nobody to ask
-    LVADPluginConnectToXPCService();
-    ASSERT_TRUE(WaitUntil([&] { return oHelper->nRequests == 1; }));
-    for (int n = 2; n <= 4; ++n) {
-        oLink.ConnectToApp();
+    for (int n = 1; n <= 3; ++n) {
+        n == 1 ? oLink.Connect() : oLink.ConnectToApp();
         ASSERT_TRUE(WaitUntil([&] { return oHelper->nRequests == n; }));
         EXPECT_FALSE(oLink.IsAppConnected());
         oLink.SendVolumeChanged(0.5);
@@ -153,26 +149,16 @@ TEST_F(LinkTest, RacingReconnectsLeaveOneConnectionToTheNewestEndpoint) {
 }
 
 TEST_F(LinkTest, AKilledRecorderCostsItsAudioUntilAnotherIsOffered) {
-    int arPipe[2];
-    ASSERT_EQ(pipe(arPipe), 0);
-    LFileDescriptor oRead(arPipe[0]), oWrite(arPipe[1]);
-    posix_spawn_file_actions_t oActions;
-    posix_spawn_file_actions_init(&oActions);
-    posix_spawn_file_actions_adddup2(&oActions, oWrite.Get(), STDOUT_FILENO);
-    char szProgram[] = LUMORA_RECORDER_PROCESS;
-    char* arArguments[] = {szProgram, nullptr};
+    std::unique_ptr<FILE, int (*)(FILE*)> pProcess(popen(LUMORA_RECORDER_PROCESS, "r"), pclose);
     pid_t nProcess = 0;
-    ASSERT_EQ(posix_spawn(&nProcess, szProgram, &oActions, nullptr, arArguments, environ), 0);
-    posix_spawn_file_actions_destroy(&oActions);
-    oWrite.Reset();
+    ASSERT_EQ(std::fscanf(pProcess.get(), "%d:", &nProcess), 1); // its endpoint has been offered
     EXPECT_TRUE(WaitUntil([&] { return oHelper->HasOffer(); }));
     LVADPluginConnectToXPCService();
     EXPECT_TRUE(WaitUntil([] { return LVADServerIsConnectionValid(); }));
     oLink.SendAudioData(szBuffer, sizeof szBuffer);
-    char c = 0;
-    EXPECT_EQ(read(oRead.Get(), &c, 1), 1); // the audio has crossed processes
+    EXPECT_EQ(std::fgetc(pProcess.get()), 'a'); // the audio has crossed processes
     kill(nProcess, SIGKILL);
-    waitpid(nProcess, nullptr, 0);
+    pProcess.reset();
     for (int n = 0; n < 1000; ++n)
         oLink.SendAudioData(szBuffer, sizeof szBuffer);
     EXPECT_TRUE(oLink.IsAppConnected());

@@ -1,7 +1,9 @@
-// A recorder: offers its endpoint to the helper service, then says on standard output, a byte each, what audio comes.
+// A recorder: offers its endpoint to the helper service, says its process number on standard output, and then an "a"
+// for each message that comes.
 #include "xpc/client.h"
 #include "xpc/helperlink/helper_keys.h"
 
+#include <cstdio>
 #include <unistd.h>
 
 namespace {
@@ -28,6 +30,8 @@ int main() {
     if (!oEndPoint || !oClient.Connect(kVADHelperService, 0, true))
         return 1;
     oClient.SendMessage(kVADHelperService, 0, &oOffer, 1, false);
+    std::printf("%d:", getpid());
+    std::fflush(stdout);
     for (;;)
         pause(); // until it is killed
 }
