@@ -85,7 +85,8 @@ constinit _xpc_error_s _xpc_error_termination_imminent{"Process termination immi
 namespace platform {
 
 Ref<Bytes> Bytes::Make(xpc_type_t pType, void const* pBytes, size_t nLength) {
-    void* const pMemory = nLength > SIZE_MAX / 2 ? nullptr : AllocateRoom(RoomFor(nLength));
+    constexpr size_t kAddressSpace = size_t{1} << 47; // a process has no more
+    void* const pMemory = nLength >= kAddressSpace ? nullptr : AllocateRoom(RoomFor(nLength));
     if (!pMemory)
         throw std::bad_alloc();
     auto* const pObject = new (pMemory) Bytes(pType, nLength);
