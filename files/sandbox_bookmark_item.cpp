@@ -83,6 +83,11 @@ bool LSandboxBookmarkItem::StopAccessingSecurityScopedResource() noexcept {
     return !bAccessStarted;
 }
 
+bool LSandboxBookmarkItem::IsAccessStarted() const noexcept {
+    LScopedLock const oLock(mtxItem);
+    return bAccessStarted;
+}
+
 bool LSandboxBookmarkItem::AddKey(char const* szKey) noexcept {
     LScopedLock const oLock(mtxItem);
     if (arKeys.Contains(szKey) || !arKeys.Append(szKey))

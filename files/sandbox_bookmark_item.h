@@ -45,6 +45,7 @@ public:
     // True when access is started, or stopped, in the end. A URL that knows nothing of access changes nothing.
     bool StartAccessingSecurityScopedResource() noexcept EXCLUDES(mtxItem);
     bool StopAccessingSecurityScopedResource() noexcept EXCLUDES(mtxItem);
+    bool IsAccessStarted() const noexcept EXCLUDES(mtxItem);
 
     // A key counts as one more user of the item. False when it is there already, or is not there to be removed.
     bool AddKey(char const* szKey) noexcept EXCLUDES(mtxItem);
@@ -61,6 +62,6 @@ public:
     bool bSaved = false;      // bookmark data of it is in the user defaults
     LSandboxBookmarkKeys arKeys;
     bool bCopied = false; // by CopyFrom
-    LRecursiveMutex mtxItem;
+    mutable LRecursiveMutex mtxItem;
     std::uint64_t nRefCount = 0; // users
 };

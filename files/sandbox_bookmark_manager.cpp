@@ -61,7 +61,7 @@ Item* LSandboxBookmarkManager::Find(char const* szPath) noexcept {
 
 Item* LSandboxBookmarkManager::FindByAccess(char const* szPath, bool bStarted) noexcept {
     return ListOf(szPath).Find([szPath, bStarted](Item const& oItem) {
-        return IsSamePath(oItem.szPath, szPath) && oItem.bAccessStarted == bStarted;
+        return IsSamePath(oItem.szPath, szPath) && oItem.IsAccessStarted() == bStarted;
     });
 }
 
@@ -121,7 +121,7 @@ bool LSandboxBookmarkManager::IsAccessStarted(char const* szPath) noexcept {
     if (LFile::RegularFileExists(szPath) && pInstance->FindByAccess(szPath, true))
         return true;
     return pInstance->lFolders.Find([szPath](Item const& oItem) {
-        return oItem.bAccessStarted && strncasecmp(oItem.szPath, szPath, std::strlen(oItem.szPath)) == 0;
+        return strncasecmp(oItem.szPath, szPath, std::strlen(oItem.szPath)) == 0 && oItem.IsAccessStarted();
     });
 }
 

@@ -12,8 +12,9 @@
 // bytes.
 //
 // Without an instance every static operation does nothing and gives false: a caller that comes before Create or after
-// Destroy is told that nothing is granted, which is true. Create, Destroy, AddFilePath and Release change the lists,
-// which have no lock: no two of them, nor one of them and any other operation, may run at once.
+// Destroy is told that nothing is granted, which is true. Create, Destroy, AddFilePath, AddFilePathToSettings and
+// Release change the lists and the keys, which have no lock: no two of them, nor one of them and any other operation,
+// may run at once.
 class LSandboxBookmarkManager {
 public:
     // Makes the instance, if there is none, with what the user defaults hold: each bookmark is resolved and its access

@@ -14,6 +14,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -194,6 +195,20 @@ TEST_F(SandboxBookmarks, AccessStopsAndStarts) {
     NSStrong<NSURL> const pDumb(new DumbURL);
     EXPECT_FALSE(Manager::AddFilePath(szPath.c_str(), pDumb.get(), false, false, nullptr));
     EXPECT_EQ(pDumb->retainCount(), 1u);
+}
+
+TEST_F(SandboxBookmarks, OneThreadAsksWhileAnotherStartsAndStops) { // for the race detector
+    std::string const szPath = oFolder.Path("out/song.wav");
+    Add("out/song.wav");
+    std::thread oOther([&] {
+        for (int n = 0; n < 200; ++n)
+            EXPECT_TRUE(Manager::StopAccessingSecurityScopedResource(szPath.c_str()) &&
+                        Manager::StartAccessingSecurityScopedResource(szPath.c_str()));
+    });
+    for (int n = 0; n < 200; ++n)
+        Manager::IsAccessStarted(szPath.c_str());
+    oOther.join();
+    EXPECT_TRUE(IsStarted("out/song.wav"));
 }
 
 TEST_F(SandboxBookmarks, GrantsSurviveTheProcess) {
