@@ -95,10 +95,10 @@ private:
         if (!oReply)
             return;
         std::lock_guard const oLock(mtx);
+        ++nRequests; // before the answer: whoever has seen that may look at once
         if (oOffer)
             xpc_dictionary_set_value(oReply.Get(), kVADKeySendEndPoint, oOffer.Get());
         xpc_connection_send_message(xpc_dictionary_get_remote_connection(pMessage), oReply.Get());
-        ++nRequests;
     }
 
     std::mutex mtx;
