@@ -100,24 +100,3 @@ TEST_F(ClientTest, OfThreadsThatConnectOnePairOneReachesThePeer) {
         oClient.Disconnect("Server", 1);
     }
 }
-
-// One thread sends without a pause while the connection under it is replaced again and again.
-TEST_F(ClientTest, SendingRacesReconnecting) {
-    Join();
-    std::atomic<bool> bStop = false;
-    std::thread oSender([&] {
-        while (!bStop)
-            Send(oClient, "Server", 1, 1);
-    });
-    for (int n = 0; n < 300; ++n) {
-        oClient.Disconnect("Server", 1);
-        ASSERT_TRUE(oClient.ConnectEndPoint("Server", 1, oEndPoint.Get()));
-        oServer.Disconnect("Peer", 7);
-    }
-    bStop = true;
-    oSender.join();
-    oClient.Disconnect("Server", 1);
-    ASSERT_TRUE(oClient.ConnectEndPoint("Server", 1, oEndPoint.Get()));
-    Send(oClient, "Server", 1, 2);
-    EXPECT_TRUE(oServerSink.WaitForValue(2));
-}

@@ -118,17 +118,6 @@ TEST_F(MessagingTest, EndingAConnectionEndsItsRequestAndNothingElse) {
     EXPECT_EQ(oClientSink.Count(SinkEvent::Sent), 1u);
 }
 
-TEST_F(MessagingTest, SuspensionsDoNotNest) {
-    Join();
-    Send(oClient, "Server", 1, 1);
-    ASSERT_TRUE(oServerSink.WaitForValue(1));
-    oServer.Suspend("peer", 7);
-    oServer.Suspend("Peer", 7);
-    Send(oClient, "Server", 1, 2);
-    oServer.Resume("PEER", 7);
-    EXPECT_TRUE(oServerSink.WaitForValue(2));
-}
-
 TEST_F(MessagingTest, KeysMayBeDeclaredWhileMessagesFlow) {
     Join();
     std::thread oSender([&] {
@@ -143,23 +132,6 @@ TEST_F(MessagingTest, KeysMayBeDeclaredWhileMessagesFlow) {
     LXPCData const oLast("199", LXPCDataType_None, -9);
     oClient.SendMessage("Server", 1, &oLast, 1, false);
     EXPECT_TRUE(oServerSink.WaitForValue(-9));
-}
-
-TEST(Errors, AreToldApartByIdentity) {
-    struct Case {
-        xpc_object_t pError;
-        LXPCErrorType nType;
-    };
-    LXPCObject const oOther(xpc_dictionary_create(nullptr, nullptr, 0));
-    for (Case const& oCase : {Case{XPC_ERROR_CONNECTION_INVALID, LXPCError_ConnectionInvalid},
-                              {XPC_ERROR_CONNECTION_INTERRUPTED, LXPCError_ConnectionInterrupted},
-                              {XPC_ERROR_TERMINATION_IMMINENT, LXPCError_TerminationImminent},
-                              {oOther.Get(), LXPCError_Other}}) {
-        RecordingSink oSink;
-        ErrorHandler(oCase.pError, 9, &oSink);
-        ASSERT_EQ(oSink.Count(SinkEvent::Error), 1u);
-        EXPECT_EQ(oSink.All(SinkEvent::Error)[0].nError, oCase.nType);
-    }
 }
 
 TEST(Connection, CountsItsReferencesAndDoesNothingWithoutAHandle) {

@@ -1,6 +1,8 @@
-#include "tests/xpc/helperlink/helper_and_recorder.h"
+#include "tests/xpc/recording_sink.h"
+#include "xpc/helperlink/helper_keys.h"
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -35,24 +37,4 @@ TEST(Startup, FillsTheKeyTablesAndTheRegistryBeforeAnyCall) {
                           "LOAD_DRIVER_REPLY:1 START_RECORDING:1 STOP_RECORDING:1 VOLUME_CHANGED:4 ");
     RecordingSink oSink;
     EXPECT_EQ(oBundle.Find<int(LXPCClientEventNotify*)>("BundleCreateClient")(&oSink), 1);
-}
-
-// The code goes away under full traffic both ways: every handler is gone by then, and so are the connections.
-TEST(Startup, UnloadEndsTheClientsAndTheirHandlersFirst) {
-    ServiceFolder oFolder;
-    FakeHelper oHelper;
-    FakeRecorder oRecorder;
-    oHelper.SetOffer(oRecorder.oEndPoint.Get());
-    LXPCData const oOffer(kVADKeySendEndPoint, LXPCDataType_Object, LXPCValue(oRecorder.oEndPoint.Get()));
-    for (size_t nRound = 1; nRound <= 10; ++nRound) {
-        Bundle oBundle;
-        oBundle.Find<void()>("LVADPluginConnectToXPCService")();
-        ASSERT_TRUE(WaitUntil([&] { return oBundle.Find<bool()>("LVADServerIsConnectionValid")(); }));
-        oBundle.Find<void(double)>("LVADSendVolumeChanged")(0.5);
-        ASSERT_TRUE(oRecorder.oSink.WaitFor(SinkEvent::Message, nRound));
-        for (int n = 0; n < 3; ++n) // reconnects are at work when the unload comes
-            oHelper.Offer(oRecorder.oEndPoint.Get());
-    }
-    PlatformQuiesce();
-    oRecorder.oClient.DisconnectAll();
 }

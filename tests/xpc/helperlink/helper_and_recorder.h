@@ -65,10 +65,6 @@ public:
         for (LXPCObject const& oPeer : lPeers)
             xpc_connection_send_message(static_cast<xpc_connection_t>(oPeer.Get()), oMessage.Get());
     }
-    bool HasOffer() {
-        std::lock_guard const oLock(mtx);
-        return static_cast<bool>(oOffer);
-    }
 
     std::atomic<int> nRequests = 0;
 
@@ -87,8 +83,6 @@ private:
     void OnMessage(xpc_object_t pMessage) {
         if (xpc_get_type(pMessage) != XPC_TYPE_DICTIONARY)
             return;
-        if (xpc_object_t const pNew = xpc_dictionary_get_value(pMessage, "NEW_ENDPOINT"))
-            SetOffer(pNew);
         if (!xpc_dictionary_get_bool(pMessage, kVADKeyRequestEndPoint) || xpc_dictionary_get_count(pMessage) != 1)
             return;
         LXPCObject const oReply(xpc_dictionary_create_reply(pMessage));
@@ -107,7 +101,7 @@ private:
     xpc_connection_t const pListener;
 };
 
-// Keeps what comes; sends what its own keys declare: the link's tables, turned round.
+// Keeps what comes; can send what its own keys declare: the link's tables, turned round.
 struct FakeRecorder {
     FakeRecorder() {
         for (char const* szName : {kVADKeyAudioData, kVADKeyVolumeChanged})
@@ -117,10 +111,11 @@ struct FakeRecorder {
             if (oEvent.nKind != SinkEvent::Message || oEvent.lItems[0].nType != LXPCDataType_Data)
                 return;
             std::lock_guard const oLock(mtx);
-            szAudio.assign(LXPCPointer<char const*>(oEvent.lItems[0].nValue), oEvent.lItems[0].nSize);
+            szAudio.assign(LXPCPointer<char const*>(oEvent.Value()), oEvent.lItems[0].nSize);
         });
         oEndPoint = LXPCObject(oClient.CreateEndPoint("Device", 1));
     }
+
     std::string LastAudio() {
         std::lock_guard const oLock(mtx);
         return szAudio;
