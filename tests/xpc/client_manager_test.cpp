@@ -132,19 +132,18 @@ TEST_F(RegistryTest, ASinkMayDestroyItsOwnClient) {
 
 // The unload takes the clients that sinks still make while it waits for them.
 TEST_F(RegistryTest, TheEndTakesClientsThatSinksCreateMeanwhile) {
-    RecordingSink oOwn;
     std::atomic<int> nId = 0;
     std::atomic<int> nMade = 0;
     std::latch oInside(1);
-    oOwn.SetInside([&](SinkEvent const& oEvent) {
+    oSink.SetInside([&](SinkEvent const& oEvent) {
         if (oEvent.nKind != SinkEvent::Message)
             return;
         oInside.count_down();
         while (LXPCClientManager::GetClient(nId))
             std::this_thread::yield();
-        nMade = LXPCClientManager::Create(&oSink);
+        nMade = LXPCClientManager::Create(nullptr);
     });
-    nId = NewJoined(&oOwn);
+    nId = NewJoined(&oSink);
     SendById(nId, 1000);
     ASSERT_TRUE(oServerSink.WaitForValue(1000));
     Send(oServer, "Peer", 7, 1);

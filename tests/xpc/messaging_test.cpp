@@ -68,7 +68,7 @@ TEST_F(MessagingTest, ItemsComeInTheFormThatTheSinkAsksFor) {
     Join();
     Send(oClient, "Server", 1, 1, true);
     ASSERT_TRUE(oClientSink.WaitFor(SinkEvent::ReplyList, 1));
-    EXPECT_EQ(oServerSink.Count(SinkEvent::MessageList), 1u);
+    EXPECT_TRUE(oServerSink.WaitFor(SinkEvent::MessageList, 1));
     EXPECT_EQ(oServerSink.Count(SinkEvent::Message) + oClientSink.Count(SinkEvent::Reply), 0u);
 }
 
