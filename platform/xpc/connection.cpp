@@ -275,9 +275,11 @@ void Connection::SendBarrier(dispatch_block_t oBarrier) {
     Lock oLock(mtx);
     if (bFinished)
         return RunElsewhere(nullptr, std::move(oBarrier));
-    oOutgoing.AddBarrier(std::move(oBarrier));
+    bool const bForced = oOutgoing.AddBarrier(std::move(oBarrier));
     // While messages flow the thread comes by on its own every few milliseconds; a sender need not pay for waking it.
-    if (nTicks == 0 || oOutgoing.CountBarriers() >= kBarriersWorthWaking)
+    // Barriers behind a queue come with the queue.
+    bool const bMany = nTicks == 0 || oOutgoing.CountBarriers() >= kBarriersWorthWaking;
+    if (bForced || (bMany && oOutgoing.HasDueBarrier()))
         Wake();
 }
 

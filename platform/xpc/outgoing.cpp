@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
+#include <utility>
 
 namespace platform {
 
@@ -86,9 +87,18 @@ void Outgoing::DropAll() {
     bStarved = false;
 }
 
+bool Outgoing::AddBarrier(dispatch_block_t oBarrier) {
+    lBarriers.push_back({nEverQueued, std::move(oBarrier)});
+    if (lBarriers.size() - nForced <= kMaxWaitingBarriers)
+        return false;
+    nForced += kForcedAtOnce;
+    return true;
+}
+
 std::vector<dispatch_block_t> Outgoing::TakeDueBarriers() {
     std::vector<dispatch_block_t> lDue;
-    auto const itEnd = std::find_if(lBarriers.begin(), lBarriers.end(),
+    auto const itForced = lBarriers.begin() + static_cast<ptrdiff_t>(std::exchange(nForced, 0));
+    auto const itEnd = std::find_if(itForced, lBarriers.end(),
                                     [this](Barrier const& oBarrier) { return oBarrier.nAfter > nEverLeft; });
     for (auto it = lBarriers.begin(); it != itEnd; ++it)
         lDue.push_back(std::move(it->oBlock));

@@ -28,11 +28,12 @@ public:
     // Forgets the queue; whoever waits behind it waits no more.
     void DropAll();
 
-    // Runs once everything queued by now has left. Due at once when nothing is.
-    void AddBarrier(dispatch_block_t oBarrier) { lBarriers.push_back({nEverQueued, std::move(oBarrier)}); }
+    // Runs once everything queued by now has left. Due at once when nothing is. Behind a peer that does not read, only
+    // so many wait; when there are more, the oldest become due although their messages are still here: true then.
+    bool AddBarrier(dispatch_block_t oBarrier);
     bool HasBarriers() const { return !lBarriers.empty(); }
     size_t CountBarriers() const { return lBarriers.size(); }
-    bool HasDueBarrier() const { return !lBarriers.empty() && lBarriers.front().nAfter <= nEverLeft; }
+    bool HasDueBarrier() const { return nForced != 0 || (!lBarriers.empty() && lBarriers.front().nAfter <= nEverLeft); }
     // The due ones, in order.
     std::vector<dispatch_block_t> TakeDueBarriers();
 
@@ -44,7 +45,9 @@ public:
 
 private:
     static constexpr size_t kMaxQueuedBytes = 4 * 1024 * 1024;
-    static constexpr size_t kFlushPerSend = 2; // keeps a sender's cost bounded, and the queue still shrinks
+    static constexpr size_t kMaxWaitingBarriers = 4096;
+    static constexpr size_t kForcedAtOnce = 1024; // many at a time, so that the thread is woken seldom
+    static constexpr size_t kFlushPerSend = 2;    // keeps a sender's cost bounded, and the queue still shrinks
 
     struct Barrier {
         uint64_t nAfter;
@@ -56,7 +59,8 @@ private:
     void Pop();
 
     std::deque<FrameWriter::Kept> lQueue;
-    std::vector<Barrier> lBarriers; // in order
+    std::deque<Barrier> lBarriers; // in order; grows without moving, in a sender's time
+    size_t nForced = 0;            // of the oldest
     size_t nQueuedBytes = 0;
     size_t nLargeInSocket = 0; // bytes in memory files that the peer may not have read yet
     uint64_t nEverQueued = 0, nEverLeft = 0;

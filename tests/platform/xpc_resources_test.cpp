@@ -73,6 +73,26 @@ TEST_F(XpcResources, APeerThatStopsReadingCostsBoundedMemoryAndLosesTheRest) {
     EXPECT_EQ(0u, XpcConnectionTraffic(oCaller).nQueued);
 }
 
+TEST_F(XpcResources, BarriersBehindAPeerThatStopsReadingAreBoundedAndKeepTheirOrder) {
+    Listener oListener;
+    Party oCaller(oListener.NewCaller());
+    oCaller.Resume().Send(Message("stop"));
+    xpc_connection_t const pStopped = oListener.StoppedPeer();
+    Message const oBlock(NewFilled(4096));
+    constexpr size_t kSent = 12000, kMostWaiting = 4096;
+    for (size_t n = 0; n < kSent; ++n) {
+        oCaller.Send(oBlock);
+        oCaller.Barrier(std::to_string(n));
+    }
+    EXPECT_GE(oCaller.Notes().WaitFor(kSent - kMostWaiting).size(), kSent - kMostWaiting);
+    EXPECT_GT(XpcConnectionTraffic(oCaller).nQueued, 0u) << "their messages wait";
+    xpc_connection_resume(pStopped);
+    Words const lRan = oCaller.Notes().WaitFor(kSent);
+    ASSERT_EQ(kSent, lRan.size());
+    for (size_t n = 0; n < kSent; ++n)
+        ASSERT_EQ(std::to_string(n), lRan[n]);
+}
+
 TEST_F(XpcResources, BodiesOfAnySizeArriveWhole) {
     std::atomic<size_t> nWrong{0};
     Listener oListener([&](xpc_connection_t, xpc_object_t p) {

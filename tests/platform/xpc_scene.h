@@ -75,7 +75,7 @@ public:
         xpc_connection_send_message_with_reply(
             pConnection, pMessage, nullptr, [pNotes = pNotes](xpc_object_t p) { pNotes->Add("reply " + WordFor(p)); });
     }
-    void Barrier(char const* szWord) {
+    void Barrier(std::string szWord) {
         xpc_connection_send_barrier(pConnection, [pNotes = pNotes, szWord] { pNotes->Add(szWord); });
     }
     WordLog& Notes() { return *pNotes; }
