@@ -1,7 +1,7 @@
 # Sourced by ./check and ./demo: what each needs of Debian 12, installed by name, only when missing.
 
 BUILD_PACKAGES="g++ cmake ninja-build ccache libcli11-dev libsndfile1-dev libsamplerate0-dev libebur128-dev libpng-dev"
-TEST_PACKAGES="libgtest-dev libgmock-dev sox"
+TEST_PACKAGES="libgtest-dev libgmock-dev tzdata"
 BENCH_PACKAGES="libbenchmark-dev"
 CLANG_PACKAGES="clang"
 
