@@ -1,7 +1,8 @@
 // A folder of its own for each test, gone with the test.
 #pragma once
 
-#include <cstdlib>
+#include "tests/harness/temporary_folder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -9,17 +10,6 @@
 
 class ScratchFolder {
 public:
-    ScratchFolder() {
-        std::string szTemplate = std::filesystem::temp_directory_path() / "lumora_files_XXXXXX";
-        oFolder = mkdtemp(szTemplate.data());
-    }
-    ~ScratchFolder() {
-        std::error_code error;
-        std::filesystem::remove_all(oFolder, error);
-    }
-    ScratchFolder(ScratchFolder const&) = delete;
-    ScratchFolder& operator=(ScratchFolder const&) = delete;
-
     // The path of `szName` in the folder.
     std::string Path(std::string const& szName = "") const { return szName.empty() ? oFolder : oFolder / szName; }
 
@@ -39,5 +29,6 @@ public:
     }
 
 private:
-    std::filesystem::path oFolder;
+    TemporaryFolder const oHeld;
+    std::filesystem::path const oFolder = oHeld.Path();
 };

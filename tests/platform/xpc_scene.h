@@ -2,13 +2,13 @@
 #pragma once
 
 #include "platform/testing/quiesce.h"
+#include "tests/harness/temporary_folder.h"
 #include "tests/platform/waiting.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <xpc/xpc.h>
 
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -158,15 +158,7 @@ inline void AnswerWith(xpc_object_t pEvent, char const* szText) {
 // A runtime folder of the test's own, in which names are served.
 class ServiceFolder {
 public:
-    ServiceFolder() {
-        char szPath[] = "/tmp/lumora-test-XXXXXX";
-        szRuntime = ::mkdtemp(szPath);
-        ::setenv("XDG_RUNTIME_DIR", szPath, 1);
-    }
-    ~ServiceFolder() {
-        std::error_code oIgnored;
-        std::filesystem::remove_all(szRuntime, oIgnored);
-    }
+    ServiceFolder() { ::setenv("XDG_RUNTIME_DIR", szRuntime.c_str(), 1); }
     std::string const& Runtime() const { return szRuntime; }
 
     static xpc_connection_t NewServer(char const* szName) {
@@ -177,5 +169,6 @@ public:
     }
 
 private:
-    std::string szRuntime;
+    TemporaryFolder const oHeld;
+    std::string const szRuntime = oHeld.Path();
 };
