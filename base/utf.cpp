@@ -278,7 +278,8 @@ std::size_t LCopyUTF8(char* pOut, std::size_t nSize, std::string_view szIn) noex
     if (nSize == 0)
         return 0;
     std::size_t const nLength = LCutUTF8(szIn, nSize - 1);
-    std::memmove(pOut, szIn.data(), nLength);
+    if (nLength > 0) // an empty view may point nowhere
+        std::memmove(pOut, szIn.data(), nLength);
     pOut[nLength] = '\0';
     return nLength;
 }

@@ -181,7 +181,7 @@ void LXPCClient::SendMessage(char const* szName, unsigned long nInstance, LList<
 
 void LXPCClient::SendMessage(char const* szName, unsigned long nInstance, LXPCData const* arItems, unsigned long nCount,
                              bool bWantReply) noexcept {
-    LList<LXPCDataListable> lItems;
-    if (LXPCArrayToList(arItems, nCount, lItems))
-        SendMessage(szName, nInstance, lItems, bWantReply);
+    LXPCObject const oConnection = RetainHandle(szName, nInstance);
+    if (oConnection)
+        SendMessage(LXPCValue(oConnection.Get()), arItems, nCount, bWantReply);
 }

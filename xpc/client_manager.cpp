@@ -101,12 +101,15 @@ void LXPCClientManager::AddKeys(int nId, LXPCDictionaryKey const* arTable, bool 
 
 void LXPCClientManager::SendMessage(int nId, char const* szName, unsigned long nInstance,
                                     LList<LXPCDataListable> const& lItems, bool bWantReply) noexcept {
-    LXPCClient* const pClient = GetClient(nId);
-    if (!pClient)
-        return;
     LXPCDataArray const oArray(lItems);
     if (oArray.IsComplete())
-        pClient->SendMessage(szName, nInstance, oArray.arItems.get(), oArray.nCount, bWantReply);
+        SendMessage(nId, szName, nInstance, oArray.arItems.get(), oArray.nCount, bWantReply);
+}
+
+void LXPCClientManager::SendMessage(int nId, char const* szName, unsigned long nInstance, LXPCData const* arItems,
+                                    unsigned long nCount, bool bWantReply) noexcept {
+    if (LXPCClient* const pClient = GetClient(nId))
+        pClient->SendMessage(szName, nInstance, arItems, nCount, bWantReply);
 }
 
 // No other thread is there, and the mutex is not yet.

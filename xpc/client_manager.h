@@ -46,6 +46,8 @@ public:
     static void AddKeys(int nId, LXPCDictionaryKey const* arTable, bool bReceive) noexcept;
     static void SendMessage(int nId, char const* szName, unsigned long nInstance, LList<LXPCDataListable> const& lItems,
                             bool bWantReply) noexcept;
+    static void SendMessage(int nId, char const* szName, unsigned long nInstance, LXPCData const* arItems,
+                            unsigned long nCount, bool bWantReply) noexcept;
 
     // Load and unload, in this order, on the loading and the unloading thread while no other thread calls in.
     static void StartList() noexcept;

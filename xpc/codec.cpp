@@ -112,8 +112,10 @@ TypeCodec const* FindType(LXPCDataType nType) {
     return nullptr;
 }
 
-void SetItem(TypeCodec const& oType, xpc_object_t pTo, LXPCData const& oItem) noexcept try {
-    oType.pSet(pTo, oItem);
+void SetItem(xpc_object_t pTo, LList<Key>& lKeys, LXPCData const& oItem) noexcept try {
+    Key const* const pKey = lKeys.Find([&](Key const& oKey) { return std::strcmp(oKey.szName, oItem.szName) == 0; });
+    if (TypeCodec const* const pType = pKey ? FindType(pKey->nType) : nullptr)
+        pType->pSet(pTo, oItem);
 } catch (std::exception const&) { // memory ran out
 }
 
@@ -121,12 +123,14 @@ void SetItem(TypeCodec const& oType, xpc_object_t pTo, LXPCData const& oItem) no
 
 void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys,
                       LList<LXPCDataListable> const& lItems) noexcept {
-    for (LXPCDataListable const& oItem : lItems) {
-        Key const* const pKey =
-            lKeys.Find([&](Key const& oKey) { return std::strcmp(oKey.szName, oItem.szName) == 0; });
-        if (TypeCodec const* const pType = pKey ? FindType(pKey->nType) : nullptr)
-            SetItem(*pType, pDictionary, oItem);
-    }
+    for (LXPCDataListable const& oItem : lItems)
+        SetItem(pDictionary, lKeys, oItem);
+}
+
+void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys, LXPCData const* arItems,
+                      unsigned long nCount) noexcept {
+    while (nCount > 0)
+        SetItem(pDictionary, lKeys, arItems[--nCount]);
 }
 
 void GetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys,

@@ -5,7 +5,7 @@
 
 #include <xpc/xpc.h>
 
-// A message has no header, name or number: it is a dictionary whose entries are declared keys. Both functions keep no
+// A message has no header, name or number: it is a dictionary whose entries are declared keys. The functions keep no
 // state and run on any thread; the key lists are read without a lock: meanwhile keys may be added, but not removed (see
 // LList).
 
@@ -15,6 +15,9 @@
 // buffer has (a negative size, widened) is not written, nor is an item that there is no memory for.
 void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys,
                       LList<LXPCDataListable> const& lItems) noexcept;
+// The array form writes the items last to first, so that of two items of one name the earlier one stays.
+void SetXPCDictionary(xpc_object_t pDictionary, LList<LXPCDictionaryKeyListable>& lKeys, LXPCData const* arItems,
+                      unsigned long nCount) noexcept;
 
 // Adds an item for each declared key that the dictionary has an entry for, in the order in which the keys were
 // declared. Undeclared entries are ignored; an entry of another type than its key's reads as that type's nothing (see

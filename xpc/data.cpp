@@ -36,13 +36,3 @@ LXPCDataArray::LXPCDataArray(LList<LXPCDataListable> const& lItems) noexcept {
     for (LXPCDataListable const& oItem : lItems)
         *pNext++ = oItem;
 }
-
-bool LXPCArrayToList(LXPCData const* arItems, unsigned long nCount, LList<LXPCDataListable>& lItems) noexcept {
-    for (unsigned long n = 0; n < nCount; ++n) {
-        std::unique_ptr<LXPCDataListable> pItem(new (std::nothrow) LXPCDataListable(arItems[n]));
-        if (!pItem)
-            return false;
-        lItems.Insert(std::move(pItem));
-    }
-    return true;
-}

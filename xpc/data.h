@@ -96,8 +96,8 @@ std::unique_ptr<LXPCDataListable> CreateXPCData(LXPCDictionaryKeyListable const&
                                                 unsigned long nSize) noexcept;
 std::unique_ptr<LXPCDataListable> CreateXPCDataDouble(LXPCDictionaryKeyListable const& oKey, double dValue) noexcept;
 
-// Items travel as a list and as an array; the layer turns one into the other in these two ways. The array holds copies
-// in the list's order. When memory has run out it is not complete, and must not be used.
+// Items travel as a list and as an array. This is a list's array: copies in the list's order. When memory has run out
+// it is not complete, and must not be used.
 struct LXPCDataArray {
     explicit LXPCDataArray(LList<LXPCDataListable> const& lItems) noexcept;
 
@@ -106,7 +106,3 @@ struct LXPCDataArray {
     unsigned long nCount = 0;
     std::unique_ptr<LXPCData[]> arItems; // null when there are none
 };
-
-// Adds a copy of each element to the list. Each goes to the front, so the list holds them in reverse. False when memory
-// has run out; the list then holds only some of them.
-bool LXPCArrayToList(LXPCData const* arItems, unsigned long nCount, LList<LXPCDataListable>& lItems) noexcept;

@@ -36,12 +36,15 @@ void LXPCBase::AddKeys(LXPCDictionaryKey const* arTable, bool bReceive) noexcept
 void LXPCBase::SendMessage(long nConnection, LList<LXPCDataListable> const& lItems, bool bWantReply) noexcept try {
     LXPCObject const oMessage(xpc_dictionary_create(nullptr, nullptr, 0));
     SetXPCDictionary(oMessage.Get(), lSendKeys, lItems);
-    auto const pConnection = LXPCPointer<xpc_connection_t>(nConnection);
-    if (!bWantReply)
-        return Send(pConnection, oMessage.Get());
-    xpc_connection_send_message_with_reply(
-        pConnection, oMessage.Get(), nullptr,
-        [pShared = pGate, nConnection](xpc_object_t pReply) { OnEvent(pShared, nConnection, pReply, Origin::Reply); });
+    Send(nConnection, oMessage.Get(), bWantReply);
+} catch (std::exception const&) { // memory ran out: the message is lost
+}
+
+void LXPCBase::SendMessage(long nConnection, LXPCData const* arItems, unsigned long nCount, bool bWantReply) noexcept
+    try {
+    LXPCObject const oMessage(xpc_dictionary_create(nullptr, nullptr, 0));
+    SetXPCDictionary(oMessage.Get(), lSendKeys, arItems, nCount);
+    Send(nConnection, oMessage.Get(), bWantReply);
 } catch (std::exception const&) { // memory ran out: the message is lost
 }
 
@@ -50,14 +53,19 @@ void LXPCBase::SendReply(long nConnection, long nMessage, LList<LXPCDataListable
     if (!oReply)
         return;
     SetXPCDictionary(oReply.Get(), lSendKeys, lItems);
-    Send(LXPCPointer<xpc_connection_t>(nConnection), oReply.Get());
+    Send(nConnection, oReply.Get(), false);
 } catch (std::exception const&) { // memory ran out: the reply is lost
 }
 
-void LXPCBase::Send(xpc_connection_t pConnection, xpc_object_t pMessage) {
+void LXPCBase::Send(long nConnection, xpc_object_t pMessage, bool bWantReply) {
+    auto const pConnection = LXPCPointer<xpc_connection_t>(nConnection);
+    if (bWantReply)
+        return xpc_connection_send_message_with_reply(pConnection, pMessage, nullptr,
+                                                      [pShared = pGate, nConnection](xpc_object_t pReply) {
+                                                          OnEvent(pShared, nConnection, pReply, Origin::Reply);
+                                                      });
     xpc_connection_send_message(pConnection, pMessage);
-    xpc_connection_send_barrier(
-        pConnection, [pShared = pGate, nConnection = LXPCValue(pConnection)] { OnSent(pShared, nConnection); });
+    xpc_connection_send_barrier(pConnection, [pShared = pGate, nConnection] { OnSent(pShared, nConnection); });
 }
 
 void LXPCBase::SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept try {

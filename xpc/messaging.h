@@ -37,6 +37,7 @@ public:
     // Sends one message, empty when no item is declared. With `bWantReply` the sink then gets one EvReplyReceived or
     // EvConnectionError; without, one EvMessageSent.
     void SendMessage(long nConnection, LList<LXPCDataListable> const& lItems, bool bWantReply) noexcept;
+    void SendMessage(long nConnection, LXPCData const* arItems, unsigned long nCount, bool bWantReply) noexcept;
 
     // Answers a message received on the connection, while its event call runs; an EvMessageSent follows. Sends nothing
     // when no answer was asked for, or one was sent already.
@@ -55,7 +56,7 @@ protected:
 private:
     enum class Origin { Message, Reply };
 
-    void Send(xpc_connection_t pConnection, xpc_object_t pMessage);
+    void Send(long nConnection, xpc_object_t pMessage, bool bWantReply);
     static void OnEvent(std::shared_ptr<LXPCGate> pGate, long nConnection, xpc_object_t pEvent,
                         Origin nOrigin) noexcept;
     static void OnSent(std::shared_ptr<LXPCGate> pGate, long nConnection) noexcept;

@@ -1,11 +1,13 @@
 #include "driver/properties/host_reports.h"
 
+#include "base/immortal.h"
 #include "driver/state/object_ids.h"
 
 #include <dispatch/dispatch.h>
 #include <time.h>
 
-#include <atomic>
+#include <list>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -14,17 +16,47 @@ dispatch_queue_t Queue() {
     return dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0);
 }
 
-constinit LMutex mtxQueued; // a leaf, held for a reference at a time
-dispatch_group_t pQueued GUARDED_BY(mtxQueued) = nullptr;
-constinit std::atomic<bool> bEverDelayed = false;
+constinit LMutex mtxQueued; // under it the platform is called only for what calls nobody back
 
-void Sleep(long nTime_ns) {
-    timespec const oTime = {0, nTime_ns};
-    nanosleep(&oTime, nullptr);
-}
+// What is queued and not yet over. A group counts its own blocks out, and a block object ends, when their code is left
+// and destroyed.
+struct Queued {
+    Queued() : pGroup(dispatch_group_create()) {}
+    ~Queued() { dispatch_release(pGroup); } // one that is not empty keeps itself
+    Queued(Queued const&) = delete;
+
+    // All have the same delay, so those that have ended are in front.
+    void AddDelayed(dispatch_block_t const& oReport) EXCLUDES(mtxQueued) {
+        LScopedLock oLock(mtxQueued);
+        while (!lDelayed.empty() && HasEnded(lDelayed.front()))
+            lDelayed.pop_front();
+        lDelayed.push_back(oReport);
+    }
+
+    // Whether all has ended, once the delayed reports that have not begun are given up.
+    bool IsOverWithoutDelayed() EXCLUDES(mtxQueued) {
+        LScopedLock oLock(mtxQueued);
+        for (dispatch_block_t const& oReport : lDelayed)
+            dispatch_block_cancel(oReport);
+        std::erase_if(lDelayed, HasEnded);
+        return lDelayed.empty() && dispatch_group_wait(pGroup, DISPATCH_TIME_NOW) == 0;
+    }
+
+    dispatch_group_t const pGroup;
+
+private:
+    static bool HasEnded(dispatch_block_t const& oReport) {
+        return dispatch_block_wait(oReport, DISPATCH_TIME_NOW) == 0;
+    }
+
+    std::list<dispatch_block_t> lDelayed GUARDED_BY(mtxQueued);
+};
+using QueuedPtr = std::shared_ptr<Queued>;
+
+constinit LImmortal<QueuedPtr> pQueued GUARDED_BY(mtxQueued);
 
 // The end of this, at unload or at the process's exit, waits until nothing that was queued can run any more. A change
-// that still comes in on another thread keeps the group that it has, or finds none and makes another.
+// that still comes in on another thread keeps what it has, or finds none and makes another.
 class LastWait {
 public:
     LastWait() = default;
@@ -33,62 +65,31 @@ public:
     // may speed up or hold.
     ~LastWait() {
         constexpr int kLooks = 3000;
-        constexpr long kBetween_ns = 1'000'000;
-        // A group counts its own blocks out once their code is left. A delayed block counts itself out, and its thread
-        // is then some instructions from leaving this code; nothing tells when it has, so it gets time in plenty.
-        constexpr long kLeaving_ns = 100'000'000;
-        dispatch_group_t const pLast = Take();
-        for (int n = 0; n < kLooks && dispatch_group_wait(pLast, DISPATCH_TIME_NOW) != 0; ++n)
-            Sleep(kBetween_ns);
-        if (bEverDelayed)
-            Sleep(kLeaving_ns);
-        dispatch_release(pLast); // one that is not empty keeps itself
+        constexpr timespec kBetween = {0, 1'000'000};
+        QueuedPtr const pLast = Take();
+        for (int n = 0; n < kLooks && !pLast->IsOverWithoutDelayed(); ++n)
+            nanosleep(&kBetween, nullptr);
     }
 
 private:
-    static dispatch_group_t Take() {
+    static QueuedPtr Take() {
         LScopedLock oLock(mtxQueued);
-        return std::exchange(pQueued, nullptr);
+        return std::exchange(*pQueued, nullptr);
     }
 };
 
-// The group of what is queued and not yet over, retained as long as this lives. Made when first needed, and so its wait
-// comes before the end of all that was there at load, the helper link among it.
-class QueuedWork {
-public:
-    QueuedWork() : pGroup(Retain()) {
-        [[maybe_unused]] static bool const bWaits = [] {
-            static LastWait const oLastWait;
-            return true;
-        }();
-    }
-    ~QueuedWork() { dispatch_release(pGroup); }
-    QueuedWork(QueuedWork const&) = delete;
-    operator dispatch_group_t() const { return pGroup; }
-
-private:
-    static dispatch_group_t Retain() {
+// Made when first needed, and so its wait comes before the end of all that was there at load, the helper link among it.
+QueuedPtr Work() {
+    QueuedPtr pWork;
+    {
         LScopedLock oLock(mtxQueued);
-        if (!pQueued)
-            pQueued = dispatch_group_create();
-        dispatch_retain(pQueued);
-        return pQueued;
+        if (!*pQueued)
+            *pQueued = std::make_shared<Queued>();
+        pWork = *pQueued;
     }
-
-    dispatch_group_t const pGroup;
-};
-
-// One unit of queued work, until the last copy ends. For delayed blocks, which no group counts by itself: captured, it
-// ends with the block, after the block has run. The group keeps itself while it counts one.
-class Counted {
-public:
-    explicit Counted(dispatch_group_t pCounting) : pGroup(pCounting) { dispatch_group_enter(pGroup); }
-    Counted(Counted const& oOther) : Counted(oOther.pGroup) {}
-    ~Counted() { dispatch_group_leave(pGroup); }
-
-private:
-    dispatch_group_t const pGroup;
-};
+    static LastWait const oLastWait;
+    return pWork;
+}
 
 } // namespace
 
@@ -98,26 +99,23 @@ void LVADReportAddresses(AudioObjectID nObjectId, UInt32 nAddresses, AudioObject
 }
 
 void LVADPrepareToQueue() {
-    QueuedWork const oMade;
+    Work();
 }
 
 void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) {
     AudioObjectPropertyAddress const oAddress = LVADMainAddress(nSelector);
-    dispatch_group_async(QueuedWork(), Queue(), [=] { LVADReportAddresses(nObjectId, 1, &oAddress); });
+    dispatch_group_async(Work()->pGroup, Queue(), [=] { LVADReportAddresses(nObjectId, 1, &oAddress); });
 }
 
 void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) {
     AudioObjectPropertyAddress const oAddress = LVADMainAddress(nSelector);
-    bEverDelayed = true;
-    Counted const oCounted{QueuedWork()};
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<SInt64>(nDelay_ns)), Queue(), [=] {
-        static_cast<void>(oCounted);
-        LVADReportAddresses(nObjectId, 1, &oAddress);
-    });
+    dispatch_block_t const oReport = dispatch_block_create(0, [=] { LVADReportAddresses(nObjectId, 1, &oAddress); });
+    Work()->AddDelayed(oReport);
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<SInt64>(nDelay_ns)), Queue(), oReport);
 }
 
 void LVADRequestSampleRate(UInt64 nSampleRate) {
-    dispatch_group_async(QueuedWork(), Queue(), [=] {
+    dispatch_group_async(Work()->pGroup, Queue(), [=] {
         if (AudioServerPlugInHostRef const pHost = gVADHost.load(std::memory_order_acquire))
             pHost->RequestDeviceConfigurationChange(pHost, kVADObject_Device, nSampleRate, nullptr);
     });

@@ -3,11 +3,9 @@
 // but as said.
 //
 // Work queued here runs before the bundle's code goes away: unloading, and the process's exit, wait while any is
-// pending, which after an identify is up to two seconds; where there ever was an identify, they take a tenth of a
-// second in any case. They give up after three seconds of real time, so that a host that ends the process from inside a
-// report does end; one that unloads the bundle with its clock slowed below two thirds, or held, has to let the delayed
-// reports run first. What is queued after that wait has begun may come too late for the host, but finds all that it
-// needs.
+// pending; but delayed reports that have not begun by then are given up, for nobody is there to hear them. They stop
+// waiting after three seconds, so that a host that ends the process from inside a report does end. What is queued after
+// that wait has begun may come too late for the host, but finds all that it needs.
 #pragma once
 
 #include "driver/state/state.h"

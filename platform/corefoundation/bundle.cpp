@@ -18,8 +18,8 @@
 using cf::Held;
 
 struct __CFBundle final : cf::Object {
-    __CFBundle(std::string path, Held<CFDictionaryRef> theInfo) noexcept
-        : szPath(std::move(path)), info(std::move(theInfo)) {}
+    __CFBundle(std::string path, Held<CFDictionaryRef> theInfo, std::string program = "") noexcept
+        : szPath(std::move(path)), szProgram(std::move(program)), info(std::move(theInfo)) {}
 
     CFTypeID TypeOf() const noexcept override { return cf::kTypeBundle; }
     std::string Description() const override { return Head() + "{path = " + szPath + "}"; }
@@ -29,7 +29,8 @@ struct __CFBundle final : cf::Object {
     bool IsLoaded() noexcept;
     void* Symbol(CFStringRef name) noexcept;
 
-    std::string const szPath; // absolute, links resolved, no "/" at the end
+    std::string const szPath;    // absolute, links resolved, no "/" at the end
+    std::string const szProgram; // of the main bundle, the program that runs; else empty
     Held<CFDictionaryRef> const info;
 
 private:
@@ -82,12 +83,25 @@ CFStringRef InfoString(CFBundleRef bundle, CFStringRef key) noexcept {
 
 // "" when there is none. A name with a "/" would lead out of the bundle's own folder.
 std::string ExecutablePath(CFBundleRef bundle) {
+    if (!bundle->szProgram.empty())
+        return bundle->szProgram;
     CFStringRef const name = InfoString(bundle, kCFBundleExecutableKey);
     std::string const szName = name ? cf::Utf8Lossy(name->sText) : "";
     if (szName.empty() || szName.find('/') != szName.npos)
         return "";
     std::string const szPath = bundle->szPath + "/Contents/MacOS/" + szName;
     return Exists(szPath, S_IFREG) ? szPath : "";
+}
+
+CFBundleRef MakeMainBundle() {
+    std::string const szProgram = RealPath("/proc/self/exe");
+    if (szProgram.empty())
+        return nullptr;
+    std::string szFolder = szProgram.substr(0, std::max<size_t>(szProgram.rfind('/'), 1));
+    constexpr std::string_view kInside = "/Contents/MacOS";
+    if (szFolder.ends_with(kInside))
+        szFolder.resize(szFolder.size() - kInside.size());
+    return new __CFBundle(szFolder, ReadInfo(szFolder), szProgram);
 }
 
 bool IsPlainName(std::string const& szName) noexcept {
@@ -173,6 +187,11 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef bundleUrl) {
             oRegistry.lBundles.push_back(winner = made.Yield());
     }
     return winner;
+}
+
+CFBundleRef CFBundleGetMainBundle() {
+    static CFBundleRef const bundle = MakeMainBundle();
+    return bundle;
 }
 
 CFBundleRef CFBundleGetBundleWithIdentifier(CFStringRef identifier) {

@@ -25,6 +25,12 @@ public:
         nUsed += nByteCount;
         return true;
     }
+    template <size_t nByteCount>
+    bool Put(UInt8 const (&bytes)[nByteCount]) noexcept {
+        return Put(bytes, nByteCount);
+    }
+    // UTF-8 has a loop of its own: it is what nearly every key, path and value leaves in. The units put.
+    size_t PutUtf8(std::u16string_view text, UInt8 lossByte) noexcept;
     size_t Used() const noexcept { return nUsed; }
 
 private:
@@ -33,8 +39,63 @@ private:
     size_t nUsed = 0;
 };
 
+// Whether all eight units are ASCII.
+bool IsAscii(char16_t const* pEight) noexcept {
+    uint64_t lFour[2];
+    std::memcpy(lFour, pEight, sizeof lFour);
+    return ((lFour[0] | lFour[1]) & 0xFF80FF80FF80FF80) == 0;
+}
+
+size_t ByteSink::PutUtf8(std::u16string_view text, UInt8 lossByte) noexcept {
+    size_t nDone = 0;
+    while (nDone < text.size()) {
+        if (text.size() - nDone >= 8 && nRoom - nUsed >= 8 && IsAscii(&text[nDone])) {
+            if (pBytes)
+                for (size_t n = 0; n < 8; ++n)
+                    pBytes[nUsed + n] = static_cast<UInt8>(text[nDone + n]);
+            nUsed += 8;
+            nDone += 8;
+            continue;
+        }
+        char32_t c = text[nDone];
+        if (c < 0x80) {
+            if (nUsed == nRoom)
+                break;
+            if (pBytes)
+                pBytes[nUsed] = static_cast<UInt8>(c);
+            ++nUsed;
+            ++nDone;
+            continue;
+        }
+        size_t nUnits = 1;
+        if (cf::IsHighSurrogate(c) && nDone + 1 < text.size() && cf::IsLowSurrogate(text[nDone + 1])) {
+            c = 0x10000 + ((c - 0xD800) << 10) + (text[nDone + 1] - 0xDC00u);
+            nUnits = 2;
+        } else if (cf::IsSurrogate(c) && lossByte == 0) {
+            break;
+        }
+        auto const Byte = [](char32_t n) { return static_cast<UInt8>(n); };
+        auto const Tail = [](char32_t n) { return static_cast<UInt8>(0x80 | (n & 0x3F)); };
+        bool bPut;
+        if (cf::IsSurrogate(c))
+            bPut = Put(&lossByte, 1);
+        else if (c < 0x800)
+            bPut = Put({Byte(0xC0 | c >> 6), Tail(c)});
+        else if (c < 0x10000)
+            bPut = Put({Byte(0xE0 | c >> 12), Tail(c >> 6), Tail(c)});
+        else
+            bPut = Put({Byte(0xF0 | c >> 18), Tail(c >> 12), Tail(c >> 6), Tail(c)});
+        if (!bPut)
+            break;
+        nDone += nUnits;
+    }
+    return nDone;
+}
+
 // As many units of `text` as the encoding and the sink take.
 size_t Convert(std::u16string_view text, CFStringEncoding encoding, UInt8 lossByte, ByteSink& sink) noexcept {
+    if (encoding == kCFStringEncodingUTF8)
+        return sink.PutUtf8(text, lossByte);
     cf::Encoder encoder(encoding);
     size_t nDone = 0;
     for (size_t nNext = 0; nNext < text.size(); nDone = nNext) {
@@ -74,7 +135,7 @@ CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encod
                          Boolean bIsExternalRepresentation, UInt8* buffer, CFIndex nMaxBytes, CFIndex* usedBytes) {
     ByteSink sink(buffer, nMaxBytes);
     size_t nUnits = 0;
-    bool bRoom = cf::IsKnownEncoding(encoding);
+    bool bRoom = encoding == kCFStringEncodingUTF8 || cf::IsKnownEncoding(encoding);
     if (bRoom && bIsExternalRepresentation && HasMark(encoding)) {
         UInt8 mark[cf::Encoder::kMostBytes];
         int const nMarkBytes = cf::Encoder(encoding).Encode(0xFEFF, mark);

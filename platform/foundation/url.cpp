@@ -1,5 +1,6 @@
 #include <Foundation/NSURL.h>
 
+#include "platform/corefoundation/object.h"
 #include "platform/foundation/bookmark.h"
 #include "platform/foundation/text.h"
 #include "platform/testing/sandbox.h"
@@ -11,11 +12,21 @@
 #include <cstring>
 #include <mutex>
 
+using cf::Held;
+
 namespace {
 
 std::atomic<long> nStartedAccesses{0};
 std::mutex mtxRefused;
 std::string szRefused; // guarded by mtxRefused
+
+// Without the beginning of an escape that the text's end cuts short.
+std::string WithoutCutEscape(std::string const& szText) {
+    auto const nLast = szText.rfind('%');
+    bool const bCut = nLast != szText.npos && szText.size() - nLast < 3 &&
+                      szText.find_first_not_of("0123456789ABCDEFabcdef", nLast + 1) == szText.npos;
+    return bCut ? szText.substr(0, nLast) : szText;
+}
 
 bool IsRefused(std::string const& szPath) {
     std::lock_guard const oLock(mtxRefused);
@@ -35,6 +46,33 @@ void PlatformRefuseAccess(std::string const& szPath) {
 
 NSURL* NSURL::fileURLWithPath(CFStringRef path, bool) {
     return new NSURL(TextOf(path));
+}
+
+NSURL* NSURL::URLWithString(CFStringRef text) {
+    std::string const szText = TextOf(text);
+    std::string const szWhole = WithoutCutEscape(szText);
+    Held<CFStringRef> const whole(StringOf(szWhole));
+    Held<CFURLRef> const url(CFURLCreateWithString(nullptr, whole.Get(), nullptr));
+    if (!url)
+        return nullptr;
+    Held<CFStringRef> const scheme(CFURLCopyScheme(url.Get()));
+    Held<CFStringRef> const path(CFURLCopyFileSystemPath(url.Get(), kCFURLPOSIXPathStyle));
+    if (TextOf(scheme.Get()) == "file")
+        return path && szWhole == szText ? new NSURL(TextOf(path.Get())) : nullptr;
+    return new NSURL(TextOf(path.Get()), szText);
+}
+
+CFStringRef NSURL::absoluteString() const {
+    if (!isFileURL())
+        return StringOf(szOther);
+    Held<CFStringRef> const text(path());
+    Held<CFURLRef> const url(text ? CFURLCreateWithFileSystemPath(nullptr, text.Get(), kCFURLPOSIXPathStyle, false)
+                                  : nullptr);
+    return url ? static_cast<CFStringRef>(CFRetain(CFURLGetString(url.Get()))) : nullptr;
+}
+
+CFStringRef NSURL::scheme() const {
+    return StringOf(isFileURL() ? "file" : szOther.substr(0, szOther.find(':')));
 }
 
 NSURL::~NSURL() {
@@ -87,7 +125,7 @@ bool NSURL::respondsToSelector(char const* szSelector) const noexcept {
 }
 
 bool NSURL::startAccessingSecurityScopedResource() {
-    if (access(szPath.c_str(), F_OK) != 0 || IsRefused(szPath))
+    if (!isFileURL() || access(szPath.c_str(), F_OK) != 0 || IsRefused(szPath))
         return false;
     ++nAccess;
     ++nStartedAccesses;

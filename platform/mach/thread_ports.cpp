@@ -1,3 +1,6 @@
+#include "platform/mach/thread_ports.h"
+
+#include "platform/mach/ports.h"
 #include "platform/testing/threads.h"
 
 #include <mach/mach.h>
@@ -19,7 +22,6 @@ int KernelGetSchedParam(pthread_t, int*, sched_param*) noexcept __asm__("pthread
 namespace {
 
 constexpr int kDefaultPriority = 31, kMaxPriority = 127;
-constexpr mach_port_name_t kFirstName = 0x303, kNameStep = 0x100;
 
 // One time-sharing quantum is 10 ms; half of it is computation.
 constexpr thread_time_constraint_policy kDefaultPolicy{0, 5'000'000, 10'000'000, 1};
@@ -38,7 +40,6 @@ struct Thread {
 struct Registry {
     std::mutex mutex; // guards all below; a leaf
     std::map<mach_port_name_t, Thread> threads;
-    mach_port_name_t nextName = kFirstName;
 
     static Registry& Get() {
         static Registry& registry = *new Registry;
@@ -46,9 +47,8 @@ struct Registry {
     }
 
     mach_port_name_t Enter(pthread_t handle) {
+        mach_port_name_t const name = platform::OwnThreadName();
         std::lock_guard const lock(mutex);
-        mach_port_name_t const name = nextName;
-        nextName += kNameStep;
         threads[name].handle = handle;
         return name;
     }
@@ -76,6 +76,9 @@ struct Registry {
     }
 };
 
+// In the thread's fixed part, as a signal handler may be the first to ask.
+[[gnu::tls_model("initial-exec")]] constinit thread_local mach_port_name_t ownName = MACH_PORT_NULL;
+
 // The calling thread's entry, from its first question on until it ends.
 struct OwnEntry {
     mach_port_name_t const name = Registry::Get().Enter(pthread_self());
@@ -99,6 +102,12 @@ bool IsAcceptable(thread_time_constraint_policy const& policy) {
 } // namespace
 
 mach_port_t const mach_task_self_ = 0x203;
+
+mach_port_name_t platform::OwnThreadName() noexcept {
+    if (ownName == MACH_PORT_NULL)
+        ownName = NewPortName();
+    return ownName;
+}
 
 int PlatformThreadPortReferences() {
     auto& registry = Registry::Get();
@@ -125,6 +134,8 @@ mach_port_t mach_thread_self(void) {
 kern_return_t mach_port_deallocate(mach_port_t task, mach_port_name_t name) {
     if (task != mach_task_self())
         return KERN_INVALID_TASK;
+    if (kern_return_t const result = platform::ReleaseSendRight(name); result != KERN_INVALID_NAME)
+        return result;
     auto& registry = Registry::Get();
     std::lock_guard const lock(registry.mutex);
     auto const it = registry.threads.find(name);

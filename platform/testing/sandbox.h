@@ -1,4 +1,4 @@
-// Test door: access to granted files, and the user defaults.
+// Test door: access to granted files.
 #pragma once
 
 #include <string>
@@ -8,6 +8,3 @@ long PlatformStartedAccesses();
 
 // Access to this path can't be started from now on; "" lets all through again. Any thread.
 void PlatformRefuseAccess(std::string const& szPath);
-
-// The user defaults forget what they hold in memory, as a restart would. Changes not synchronised are lost. Any thread.
-void PlatformForgetUserDefaults();

@@ -2,6 +2,7 @@
 
 #include "platform/xpc/connection.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -101,23 +102,20 @@ Dictionary::Dictionary() : Object(XPC_TYPE_DICTIONARY) {}
 Dictionary::~Dictionary() = default;
 
 Object* Dictionary::Find(std::string_view szKey) const noexcept {
-    for (Entry const& oEntry : lEntries)
-        if (oEntry.szKey == szKey)
-            return oEntry.pValue.Get();
-    return nullptr;
+    Entry const* const pEntry = std::ranges::find(lEntries, szKey, &Entry::szKey);
+    return pEntry == lEntries.end() ? nullptr : pEntry->pValue.Get();
 }
 
 void Dictionary::Set(std::string_view szKey, Ref<Object> pValue) {
-    for (Entry& oEntry : lEntries)
-        if (oEntry.szKey == szKey) {
-            oEntry.pValue = std::move(pValue);
-            return;
-        }
-    lEntries.push_back({std::string(szKey), std::move(pValue)});
+    Entry* const pEntry = std::ranges::find(lEntries, szKey, &Entry::szKey);
+    if (pEntry == lEntries.end())
+        lEntries.push_back({std::string(szKey), std::move(pValue)});
+    else
+        pEntry->pValue = std::move(pValue);
 }
 
 void Dictionary::Remove(std::string_view szKey) {
-    std::erase_if(lEntries, [&](Entry const& oEntry) { return oEntry.szKey == szKey; });
+    lEntries.truncate(std::ranges::remove(lEntries, szKey, &Entry::szKey).begin());
 }
 
 Ref<Object> MakeNull() noexcept {

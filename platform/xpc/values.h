@@ -2,6 +2,7 @@
 // thread at a time may change.
 #pragma once
 
+#include "platform/xpc/few.h"
 #include "platform/xpc/file_descriptor.h"
 #include "platform/xpc/object.h"
 
@@ -75,8 +76,8 @@ struct Dictionary final : Object {
     void Set(std::string_view szKey, Ref<Object> pValue);
     void Remove(std::string_view szKey);
 
-    std::vector<Entry> lEntries; // in the order first set; few, so that a search beats a table
-    Ref<Connection> pRemote;     // of a received message or reply: what it came over
+    Few<Entry, 2> lEntries;  // in the order first set; a search beats a table
+    Ref<Connection> pRemote; // of a received message or reply: what it came over
     // Of a received message: the answer that it still owes, if one is wanted. Of a reply: the right to send it.
     std::unique_ptr<ReplyTicket> pTicket;
     bool bIsReply = false;

@@ -83,3 +83,39 @@ private:
     LMutex mtxDispatcher;                                                      // a leaf
     LNotifyMessageDispatcher* pDispatcher GUARDED_BY(mtxDispatcher) = nullptr; // retained
 };
+
+// The interface's hold on its receiver, from the interface's construction until its Destroy. Any thread.
+template <class Receiver>
+class LNotifyReceiverOwner {
+public:
+    explicit LNotifyReceiverOwner(Receiver* pCounted) noexcept : pReceiver(pCounted) {}
+    LNotifyReceiverOwner(LNotifyReceiverOwner const&) = delete;
+    LNotifyReceiverOwner& operator=(LNotifyReceiverOwner const&) = delete;
+
+    // One more reference, the caller's; null once destroyed.
+    Receiver* Retain() {
+        LScopedLock oLock(mtxReceiver);
+        if (pReceiver)
+            pReceiver->retain();
+        return pReceiver;
+    }
+
+    // Afterwards the interface is called no more (see setInterface). Twice is fine.
+    void Destroy() {
+        Receiver* const pGone = Take();
+        if (!pGone)
+            return;
+        pGone->destroyNotify();
+        pGone->setInterface(nullptr);
+        pGone->release();
+    }
+
+private:
+    Receiver* Take() {
+        LScopedLock oLock(mtxReceiver);
+        return std::exchange(pReceiver, nullptr);
+    }
+
+    LMutex mtxReceiver;                          // a leaf
+    Receiver* pReceiver GUARDED_BY(mtxReceiver); // retained
+};

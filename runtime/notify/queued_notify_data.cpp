@@ -4,32 +4,14 @@
 
 #include <Foundation/NSAutoreleasePool.h>
 
-#include <utility>
-
-LQueuedNotifyDataHandler::LQueuedNotifyDataHandler() : pImpl(LQueuedNotifyDataHandlerImpl::alloc()->init(this)) {}
+LQueuedNotifyDataHandler::LQueuedNotifyDataHandler() : oImpl(LQueuedNotifyDataHandlerImpl::alloc()->init(this)) {}
 
 void LQueuedNotifyDataHandler::QueuedNotifyDataHandlerDestroy() {
-    LQueuedNotifyDataHandlerImpl* pGone;
-    {
-        LScopedLock oLock(mtxImpl);
-        pGone = std::exchange(pImpl, nullptr);
-    }
-    if (!pGone)
-        return;
-    pGone->destroyNotify();
-    pGone->setInterface(nullptr);
-    pGone->release();
-}
-
-LQueuedNotifyDataHandlerImpl* LQueuedNotifyDataHandler::RetainImpl() {
-    LScopedLock oLock(mtxImpl);
-    if (pImpl)
-        pImpl->retain();
-    return pImpl;
+    oImpl.Destroy();
 }
 
 void LQueuedNotifyDataSender::PostNotify(unsigned int nCode, void const* pData, unsigned long nLength) {
-    LQueuedNotifyDataHandlerImpl* const pReceiver = pHandler ? pHandler->RetainImpl() : nullptr;
+    LQueuedNotifyDataHandlerImpl* const pReceiver = pHandler ? pHandler->oImpl.Retain() : nullptr;
     if (!pReceiver)
         return;
     NSAutoreleasePool const oPool; // a worker has none of its own, and would keep all that it ever posted

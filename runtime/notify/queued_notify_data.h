@@ -4,7 +4,6 @@
 // thread in the order of posting; never within the post, not even on the main thread.
 #pragma once
 
-#include "base/mutex.h"
 #include "runtime/notify/notify_receiver.h"
 
 class LQueuedNotifyDataHandlerImpl;
@@ -31,10 +30,7 @@ protected:
 
 private:
     friend class LQueuedNotifyDataSender;
-    LQueuedNotifyDataHandlerImpl* RetainImpl();
-
-    LMutex mtxImpl;                                          // a leaf
-    LQueuedNotifyDataHandlerImpl* pImpl GUARDED_BY(mtxImpl); // retained; null once destroyed
+    LNotifyReceiverOwner<LQueuedNotifyDataHandlerImpl> oImpl;
 };
 
 // The sending side. Any thread; the handler lives as long as somebody posts (destroyed is fine, deleted is not).

@@ -1,36 +1,19 @@
 #include "runtime/notify/thread_queued_notify.h"
 
 #include <pthread.h>
-#include <utility>
 
-LThreadQueuedNotify::LThreadQueuedNotify() : pImpl(LThreadQueuedNotifyImpl::alloc()->init(this)) {}
+LThreadQueuedNotify::LThreadQueuedNotify() : oImpl(LThreadQueuedNotifyImpl::alloc()->init(this)) {}
 
 LThreadQueuedNotify::~LThreadQueuedNotify() {
     ThreadQueuedNotifyDestroy();
 }
 
 void LThreadQueuedNotify::ThreadQueuedNotifyDestroy() {
-    LThreadQueuedNotifyImpl* pGone;
-    {
-        LScopedLock oLock(mtxImpl);
-        pGone = std::exchange(pImpl, nullptr);
-    }
-    if (!pGone)
-        return;
-    pGone->destroyNotify();
-    pGone->setInterface(nullptr);
-    pGone->release();
-}
-
-LThreadQueuedNotifyImpl* LThreadQueuedNotify::RetainImpl() {
-    LScopedLock oLock(mtxImpl);
-    if (pImpl)
-        pImpl->retain();
-    return pImpl;
+    oImpl.Destroy();
 }
 
 void LThreadQueuedNotify::PostQueueNotify() {
-    LThreadQueuedNotifyImpl* const pReceiver = RetainImpl();
+    LThreadQueuedNotifyImpl* const pReceiver = oImpl.Retain();
     if (!pReceiver)
         return;
     if (pthread_main_np())

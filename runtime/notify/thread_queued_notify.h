@@ -1,7 +1,6 @@
 // A bare call of the main thread from any thread.
 #pragma once
 
-#include "base/mutex.h"
 #include "runtime/notify/notify_receiver.h"
 
 class LThreadQueuedNotifyImpl;
@@ -25,10 +24,7 @@ public:
     void ThreadQueuedNotifyDestroy();
 
 private:
-    LThreadQueuedNotifyImpl* RetainImpl();
-
-    LMutex mtxImpl;                                     // a leaf
-    LThreadQueuedNotifyImpl* pImpl GUARDED_BY(mtxImpl); // retained; null once destroyed
+    LNotifyReceiverOwner<LThreadQueuedNotifyImpl> oImpl;
 };
 
 // The main-thread end of one.

@@ -1,8 +1,10 @@
 // The bundle as it lies on disk and as a host loads it.
-#include "platform/host/clock.h"
+#include "platform/testing/clock.h"
+#include "platform/testing/quiesce.h"
 
 #include <CoreAudio/AudioServerPlugIn.h>
 #include <CoreFoundation/CoreFoundation.h>
+#include <dispatch/dispatch.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,14 +44,14 @@ TEST(Bundle, ExportsTheFactoryAndTheLinksFunctionsAndNeedsThePlatformOnly) {
 }
 
 // Loaded and unloaded again and again, a driver starts anew each time, finds its icon, and is gone only when its queued
-// work is done.
+// work is done: the end of an identify, due by a clock that stands still, is given up and touches nothing later.
 TEST(Bundle, IsLoadedAnewAndUnloadedWhenItsQueuedWorkIsDone) {
     CFURLRef const pUrl = CFURLCreateFromFileSystemRepresentation(
         nullptr, reinterpret_cast<UInt8 const*>(LUMORA_BUNDLE), sizeof LUMORA_BUNDLE - 1, true);
     CFBundleRef const pBundle = CFBundleCreate(nullptr, pUrl);
     CFRelease(pUrl);
     ASSERT_NE(pBundle, nullptr);
-    HostClockSetSpeed(100);
+    TestClockHold(1000);
     for (int n = 0; n < 8; ++n) {
         auto const create = reinterpret_cast<CFPlugInFactoryFunction>(
             CFBundleGetFunctionPointerForName(pBundle, CFSTR("LVirtualAudioDevice_Create")));
@@ -73,7 +75,14 @@ TEST(Bundle, IsLoadedAnewAndUnloadedWhenItsQueuedWorkIsDone) {
         CFBundleUnloadExecutable(pBundle);
         EXPECT_FALSE(CFBundleIsExecutableLoaded(pBundle));
     }
-    HostClockSetSpeed(1);
+    TestClockAdvance(3'000'000'000);
+    dispatch_semaphore_t const pAllDue = dispatch_semaphore_create(0);
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, 0), dispatch_get_global_queue(0, 0),
+                   [pAllDue] { dispatch_semaphore_signal(pAllDue); });
+    dispatch_semaphore_wait(pAllDue, DISPATCH_TIME_FOREVER);
+    PlatformQuiesce();
+    dispatch_release(pAllDue);
+    TestClockReset();
     CFRelease(pBundle);
 }
 

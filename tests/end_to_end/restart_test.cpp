@@ -29,6 +29,23 @@ void FinishBoth(RoleProcess& oServer, RoleProcess& oRecorder, bool bPart = false
     EXPECT_EQ(oServer.WaitExit(30000), 0);
 }
 
+// Helper, recorder and server at work.
+struct Playing : Roles {
+    explicit Playing(Arguments lServer = {"--speed", "2"}, size_t nFramesToPlay = kSixSeconds)
+        : nFrames(nFramesToPlay) {
+        lServer.insert(lServer.end(), {"--wait-for-recorder", "20", MakeInput("in.wav", nFrames)});
+        pServer = StartServer(lServer);
+    }
+    // Played and recorded to the end, without a frame lost.
+    void FinishWhole() {
+        FinishBoth(*pServer, *pRecorder);
+        EXPECT_EQ(WhatIsWrongWith(*this / "out.wav", 0, nFrames), "");
+    }
+
+    size_t const nFrames;
+    std::unique_ptr<RoleProcess> pHelper = StartHelper(), pRecorder = StartRecorder("out.wav"), pServer;
+};
+
 // One stranger's packet to the helper's socket.
 void Knock(std::string const& szSocket, std::vector<unsigned char> const& arPacket, size_t nTimes) {
     int const nSocket = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
@@ -44,23 +61,19 @@ void Knock(std::string const& szSocket, std::vector<unsigned char> const& arPack
 } // namespace
 
 TEST(Roles, VolumeChangesArriveInOrderAsScalars) {
-    Roles oRoles;
-    auto const pHelper = oRoles.StartHelper();
-    auto const pRecorder = oRoles.StartRecorder("out.wav");
-    auto const pServer =
-        oRoles.StartServer({"--speed", "10", "--wait-for-recorder", "20", "--set", "0.1 volume=0.25", "--set",
-                            "0.2 decibels=0", "--set", "0.3 mute=1", "--set", "0.4 volume=1.7", "--set", "0.5 volume=1",
-                            "--set", "0.6 decibels=-96", "--set", "0.7 source=9", oRoles.MakeInput("in.wav", 44100)});
+    Playing oPlaying({"--speed", "10", "--set", "0.1 volume=0.25", "--set", "0.2 decibels=0", "--set", "0.3 mute=1",
+                      "--set", "0.4 volume=1.7", "--set", "0.5 volume=1", "--set", "0.6 decibels=-96", "--set",
+                      "0.7 source=9"},
+                     44100);
     // Muting sends nothing, and the second 1.0 changes nothing.
     for (double const nExpected : {0.25, double{std::sqrt(96.0f / 102.0f)}, 1.0, 0.0})
-        EXPECT_EQ(WaitFor(*pRecorder, "volume").Real("value"), nExpected);
+        EXPECT_EQ(WaitFor(*oPlaying.pRecorder, "volume").Real("value"), nExpected);
     EventLine oSet("");
     do
-        oSet = WaitFor(*pServer, "set");
+        oSet = WaitFor(*oPlaying.pServer, "set");
     while (oSet.Text("name").value_or("source") != "source");
     EXPECT_EQ(oSet.Text("result"), "'nope'");
-    FinishBoth(*pServer, *pRecorder);
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, 44100), "");
+    oPlaying.FinishWhole();
 }
 
 TEST(Roles, TheServerPlaysOnWithoutHelperAndRecorder) {
@@ -74,13 +87,7 @@ TEST(Roles, TheServerPlaysOnWithoutHelperAndRecorder) {
 }
 
 TEST(Roles, ARateChangeWhilePlayingStopsAndStartsIOAndLosesNothing) {
-    Roles oRoles;
-    auto const pHelper = oRoles.StartHelper();
-    auto const pRecorder = oRoles.StartRecorder("out.wav");
-    auto const pServer = oRoles.StartServer({"--speed", "10", "--wait-for-recorder", "20", "--set", "0.5 rate=48000",
-                                             "--set", "1 rate=44100", oRoles.MakeInput("in.wav", 2 * 44100)});
-    FinishBoth(*pServer, *pRecorder);
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, 2 * 44100), "");
+    Playing({"--speed", "10", "--set", "0.5 rate=48000", "--set", "1 rate=44100"}, 2 * 44100).FinishWhole();
 }
 
 TEST(Roles, ARecorderThatComesLateIsFoundWhilePlaying) {
@@ -94,39 +101,30 @@ TEST(Roles, ARecorderThatComesLateIsFoundWhilePlaying) {
 }
 
 TEST(Roles, AKilledRecorderStartedAgainGoesOnRecording) {
-    Roles oRoles;
-    auto const pHelper = oRoles.StartHelper();
-    auto const pFirst = oRoles.StartRecorder("out.wav");
-    auto const pServer =
-        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
-    WaitForFrames(*pFirst, 20000);
-    pFirst->Signal(SIGKILL);
-    EXPECT_EQ(pFirst->WaitExit(30000), 128 + SIGKILL);
-    WaitFor(*pHelper, "recorder-gone");
-    EXPECT_FALSE(oRoles.Has("out.wav")) << "half a recording has the whole one's name";
+    Playing oPlaying;
+    WaitForFrames(*oPlaying.pRecorder, 20000);
+    oPlaying.pRecorder->Signal(SIGKILL);
+    EXPECT_EQ(oPlaying.pRecorder->WaitExit(30000), 128 + SIGKILL);
+    WaitFor(*oPlaying.pHelper, "recorder-gone");
+    EXPECT_FALSE(oPlaying.Has("out.wav")) << "half a recording has the whole one's name";
 
-    auto const pSecond = oRoles.StartRecorder("out.wav"); // under the same name: the first one's part is kept
-    EXPECT_TRUE(oRoles.Has("out.wav.left-1.part"));
+    auto const pSecond = oPlaying.StartRecorder("out.wav"); // under the same name: the first one's part is kept
+    EXPECT_TRUE(oPlaying.Has("out.wav.left-1.part"));
     WaitForFrames(*pSecond, 1000);
-    FinishBoth(*pServer, *pSecond, true);
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", kAnywhere, kAnyNumber), "");
+    FinishBoth(*oPlaying.pServer, *pSecond, true);
+    EXPECT_EQ(WhatIsWrongWith(oPlaying / "out.wav", kAnywhere, kAnyNumber), "");
 }
 
 TEST(Roles, AKilledHelperCostsNoAudioAndTheNextOneIsToldOfTheRecorder) {
-    Roles oRoles;
-    auto pHelper = oRoles.StartHelper();
-    auto const pRecorder = oRoles.StartRecorder("out.wav");
-    auto const pServer =
-        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
-    WaitForFrames(*pRecorder, 10000);
-    pHelper->Signal(SIGKILL);
-    WaitFor(*pRecorder, "unregistered");
-    EXPECT_EQ(pHelper->WaitExit(30000), 128 + SIGKILL);
-    pHelper = oRoles.StartHelper();
-    WaitFor(*pHelper, "recorder");
-    WaitFor(*pRecorder, "registered");
-    FinishBoth(*pServer, *pRecorder);
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kSixSeconds), "");
+    Playing oPlaying;
+    WaitForFrames(*oPlaying.pRecorder, 10000);
+    oPlaying.pHelper->Signal(SIGKILL);
+    WaitFor(*oPlaying.pRecorder, "unregistered");
+    EXPECT_EQ(oPlaying.pHelper->WaitExit(30000), 128 + SIGKILL);
+    oPlaying.pHelper = oPlaying.StartHelper();
+    WaitFor(*oPlaying.pHelper, "recorder");
+    WaitFor(*oPlaying.pRecorder, "registered");
+    oPlaying.FinishWhole();
 }
 
 TEST(Roles, ASecondHelperSaysSoAndLeavesTheFirstAlone) {
@@ -164,14 +162,10 @@ TEST(Roles, AServiceFolderThatOthersCanWriteToIsRefusedByAll) {
 }
 
 TEST(Roles, HostileFramesDisturbNobody) {
-    Roles oRoles;
-    auto const pHelper = oRoles.StartHelper();
-    auto const pRecorder = oRoles.StartRecorder("out.wav");
-    auto const pServer =
-        oRoles.StartServer({"--speed", "2", "--wait-for-recorder", "20", oRoles.MakeInput("in.wav", kSixSeconds)});
-    WaitForFrames(*pRecorder, 10000);
+    Playing oPlaying;
+    WaitForFrames(*oPlaying.pRecorder, 10000);
 
-    std::string const szSocket = oRoles.ServiceFolder() + "/mach-services/com.tarnwicksoftware.Lumora.VadHelper";
+    std::string const szSocket = oPlaying.ServiceFolder() + "/mach-services/com.tarnwicksoftware.Lumora.VadHelper";
     std::mt19937 oRandom(1);
     for (size_t const nSize : {0, 1, 3, 4, 15, 16, 17, 31, 32, 64, 1000, 60000, 150000})
         for (int n = 0; n < 8; ++n) {
@@ -180,23 +174,18 @@ TEST(Roles, HostileFramesDisturbNobody) {
                 nByte = static_cast<unsigned char>(n == 0 ? 0 : n == 1 ? 0xFF : oRandom());
             Knock(szSocket, arPacket, 4);
         }
-    FinishBoth(*pServer, *pRecorder);
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kSixSeconds), "");
-    auto const pNext = oRoles.StartRecorder("next.wav"); // the helper still serves
-    pHelper->Signal(SIGTERM);
-    EXPECT_EQ(pHelper->WaitExit(30000), 0);
+    oPlaying.FinishWhole();
+    auto const pNext = oPlaying.StartRecorder("next.wav"); // the helper still serves
+    oPlaying.pHelper->Signal(SIGTERM);
+    EXPECT_EQ(oPlaying.pHelper->WaitExit(30000), 0);
 }
 
 TEST(Roles, ParentsThatVanishAreTheSameAsBeingToldToStop) {
-    Roles oRoles;
-    auto const pHelper = oRoles.StartHelper();
-    auto const pRecorder = oRoles.StartRecorder("out.wav");
-    auto const pServer =
-        oRoles.StartServer({"--wait-for-recorder", "20", oRoles.MakeInput("in.wav", 10 * kSixSeconds)});
-    WaitForFrames(*pRecorder, 1000);
-    for (RoleProcess* const pRole : {pServer.get(), pRecorder.get(), pHelper.get()}) {
-        pRole->CloseControl();
-        EXPECT_EQ(pRole->WaitExit(30000), 0);
+    Playing oPlaying({}, 10 * kSixSeconds);
+    WaitForFrames(*oPlaying.pRecorder, 1000);
+    for (auto* const pRole : {&oPlaying.pServer, &oPlaying.pRecorder, &oPlaying.pHelper}) {
+        (*pRole)->CloseControl();
+        EXPECT_EQ((*pRole)->WaitExit(30000), 0);
     }
-    EXPECT_EQ(WhatIsWrongWith(oRoles / "out.wav", 0, kAnyNumber), "");
+    EXPECT_EQ(WhatIsWrongWith(oPlaying / "out.wav", 0, kAnyNumber), "");
 }

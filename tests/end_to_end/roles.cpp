@@ -4,8 +4,6 @@
 #include <sndfile.hh>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -13,11 +11,6 @@
 namespace {
 
 constexpr int kPatience_ms = 30000;
-
-std::string Slurp(std::string const& szPath) {
-    std::ifstream oFile(szPath);
-    return {std::istreambuf_iterator<char>(oFile), {}};
-}
 
 std::string Quoted(std::string const& szWord) {
     return "'" + szWord + "'";
@@ -84,7 +77,7 @@ Ended Roles::RunThrough(std::string const& szShellBefore, Arguments const& lArgu
     while (auto const szLine = oProcess.WaitLine(60000))
         oEnded.szOutput += *szLine + "\n";
     oEnded.nStatus = oProcess.WaitExit(kPatience_ms);
-    oEnded.szErrors = Slurp(szErrorFile);
+    oEnded.szErrors = oFolder.Read("errors");
     return oEnded;
 }
 

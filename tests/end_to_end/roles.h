@@ -1,7 +1,7 @@
 // The lumora command's roles as real processes, in a folder and a service folder of the test's own.
 #pragma once
 
-#include "tests/tools/test_folder.h"
+#include "tests/harness/temporary_folder.h"
 #include "tools/audio/frames.h"
 #include "tools/process/event_line.h"
 #include "tools/process/role_process.h"
@@ -47,7 +47,7 @@ private:
     Ended RunThrough(std::string const& szShellBefore, Arguments const& lArguments) const;
     RoleProcess::Options Options(Arguments const& lArguments) const;
 
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
 };
 
 // The samples of frame n of every input that MakeInput makes.

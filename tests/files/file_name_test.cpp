@@ -3,7 +3,7 @@
 #include "files/folder.h"
 #include "files/mime_type.h"
 #include "tests/files/path_model.h"
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -100,7 +100,7 @@ TEST(FileName, KnowsMimeTypesInAnyLetterCase) {
 }
 
 TEST(Folder, MakesTheWholeTreeAndNothingForAPathThatIsTooLong) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     EXPECT_TRUE(LFile::CreateFolderTree(oFolder.Path("a/b/c").c_str()));
     EXPECT_TRUE(LFile::FolderExists(oFolder.Path("a/b/c").c_str()));
     EXPECT_FALSE(LFile::CreateFolderTree(oFolder.Path("a/b/c").c_str())); // is there already

@@ -2,7 +2,7 @@
 
 #include "files/wildcard.h"
 #include "tests/files/path_model.h"
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -56,7 +56,7 @@ TEST(Wildcard, NoPatternMakesItSlow) { // an exponential one would not come back
 }
 
 TEST(FolderIterator, ListsWhatMatches) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     for (char const* szName : {"notes.txt", "Notes.TXT", "abc", "ac", "__MACOSX_x", ".hidden", "a*b", "axb"})
         oFolder.Write(szName, "");
     std::filesystem::create_directory(oFolder.Path("sub"));
@@ -82,7 +82,7 @@ TEST(FolderIterator, ListsWhatMatches) {
 }
 
 TEST(FolderIterator, KnowsFoldersFromLinksToThem) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::filesystem::create_directory(oFolder.Path("sub"));
     symlink("sub", oFolder.Path("link").c_str());
     LFile::FolderIterator oIterator;
@@ -97,7 +97,7 @@ TEST(FolderIterator, KnowsFoldersFromLinksToThem) {
 }
 
 TEST(FolderIterator, FindsAFileOfTheCurrentFolderByItsNameAlone) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     oFolder.Write("alone.txt", "");
     auto const oBefore = std::filesystem::current_path();
     std::filesystem::current_path(oFolder.Path());

@@ -2,7 +2,8 @@
 
 #include "files/folder.h"
 #include "tests/files/file_call_hooks.h"
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/child_process.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 
 #include <fcntl.h>
@@ -19,6 +19,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <fstream>
 #include <map>
 
 namespace {
@@ -27,7 +28,7 @@ namespace fs = std::filesystem;
 
 // A tree with links to outside, a hidden file, an empty folder and a name of 255 bytes. Its files hold 18 bytes, the
 // links' own texts not counted.
-void MakeTree(ScratchFolder const& oFolder, std::string const& szTree) {
+void MakeTree(TemporaryFolder const& oFolder, std::string const& szTree) {
     oFolder.Write("outside/precious", "precious");
     oFolder.Write(szTree + "/one", "1");
     oFolder.Write(szTree + "/.hidden", "22");
@@ -68,20 +69,11 @@ std::map<std::string, std::string> Describe(std::string const& szTree) {
 
 // What the call gives to a user who is not root.
 bool AsOrdinaryUser(std::function<bool()> Call) {
-    pid_t const nProcess = fork();
-    if (nProcess == 0)
-        _exit(setgid(65534) == 0 && setuid(65534) == 0 ? Call() : 99);
-    int nStatus = 0;
-    waitpid(nProcess, &nStatus, 0);
-    EXPECT_TRUE(WIFEXITED(nStatus) && WEXITSTATUS(nStatus) <= 1);
-    return WEXITSTATUS(nStatus) == 1;
-}
-
-// Root makes it, an ordinary user works in it.
-void GiveToEverybody(ScratchFolder const& oFolder) {
-    for (auto const& oEntry : fs::recursive_directory_iterator(oFolder.Path()))
-        lchown(oEntry.path().c_str(), 65534, 65534);
-    lchown(oFolder.Path().c_str(), 65534, 65534);
+    int const nAnswer = ChildProcess([&](auto const&) {
+                            return setgid(65534) == 0 && setuid(65534) == 0 ? static_cast<int>(Call()) : 99;
+                        }).Wait();
+    EXPECT_TRUE(nAnswer == 0 || nAnswer == 1);
+    return nAnswer == 1;
 }
 
 } // namespace
@@ -90,7 +82,7 @@ TEST(FolderDelete, TakesTheTreeAndNothingThatItsLinksLeadTo) {
     for (auto const Delete : {+[](char const* p) { return LFile::DeleteFolderTree(p); },
                               +[](char const* p) { return LFile::DeleteFolderTree(p, 10); },
                               +[](char const* p) { return LFile::DeleteFolderTreeAlways(p); }}) {
-        ScratchFolder oFolder;
+        TemporaryFolder oFolder;
         MakeTree(oFolder, "tree");
         EXPECT_TRUE(Delete(oFolder.Path("tree").c_str()));
         EXPECT_FALSE(oFolder.Has("tree"));
@@ -111,7 +103,7 @@ TEST(FolderDelete, PausesWhileTheFolderIsBusy) {
         std::vector<long> lPauses;
     } const kRows[] = {{1000, {8, 16, 32, 64, 128, 256}}, {0, {}}, {1, {}}, {2, {1}}, {4, {1, 2}}};
     for (auto const& oRow : kRows) {
-        ScratchFolder oFolder;
+        TemporaryFolder oFolder;
         fs::create_directory(oFolder.Path("busy"));
         std::vector<long> lPauses;
         HookScope oHooks;
@@ -125,7 +117,7 @@ TEST(FolderDelete, PausesWhileTheFolderIsBusy) {
     }
     HookScope oHooks;
     std::vector<long> lPauses;
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     oHooks->Sleep = [&](long n) { lPauses.push_back(n); };
     oHooks->RemoveFolder = [] { return -EACCES; };
     EXPECT_FALSE(LFile::DeleteFolderTree(oFolder.Path().c_str(), 1000));
@@ -136,7 +128,7 @@ TEST(FolderDelete, PausesWhileTheFolderIsBusy) {
 }
 
 TEST(FolderDelete, AlwaysTakesImmutableFilesToo) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder.Write("tree/locked", "x");
     int const hFile = open(szPath.c_str(), O_RDONLY);
     int nFlags = 0;
@@ -150,7 +142,7 @@ TEST(FolderDelete, AlwaysTakesImmutableFilesToo) {
 }
 
 TEST(FolderDelete, FilesGoAndFoldersStay) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     MakeTree(oFolder, "tree");
     EXPECT_FALSE(LFile::DeleteFolderAndFiles(oFolder.Path("tree").c_str()));
     EXPECT_FALSE(oFolder.Has("tree/one") || oFolder.Has("tree/dangling") || oFolder.Has("tree/.hidden"));
@@ -162,9 +154,9 @@ TEST(FolderDelete, FilesGoAndFoldersStay) {
 TEST(FolderDelete, WhatCannotBeReadStaysAndTheRestGoes) {
     if (getuid() != 0)
         GTEST_SKIP() << "changes its user";
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     MakeTree(oFolder, "tree");
-    GiveToEverybody(oFolder);
+    oFolder.GiveToNobody();
     chmod(oFolder.Path("tree/sub/deep").c_str(), 0);
     EXPECT_EQ(AsOrdinaryUser([&] { return LFile::GetFolderSizeBytes(oFolder.Path("tree").c_str(), true) > 12; }), true);
     EXPECT_FALSE(AsOrdinaryUser([&] { return LFile::DeleteFolderTree(oFolder.Path("tree").c_str()); }));
@@ -173,7 +165,7 @@ TEST(FolderDelete, WhatCannotBeReadStaysAndTheRestGoes) {
 }
 
 TEST(FolderDelete, ATreeDeeperThanAPathFailsCleanly) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     fs::create_directory(oFolder.Path("deep"));
     int hFolder = open(oFolder.Path("deep").c_str(), O_DIRECTORY);
     for (int n = 0; n < 4; ++n) {
@@ -192,7 +184,7 @@ TEST(FolderDelete, ATreeDeeperThanAPathFailsCleanly) {
 }
 
 TEST(FolderDelete, OldFilesGoByTheirBirth) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     for (char const* szName : {"a.log", "b.log", "keep.txt"})
         oFolder.Write(szName, "");
     std::filesystem::create_directory(oFolder.Path("old.log.d"));
@@ -225,7 +217,7 @@ TEST(FolderDelete, OldFilesGoByTheirBirth) {
 }
 
 TEST(FolderSize, AddsFilesAndFollowsNoLink) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     MakeTree(oFolder, "tree");
     std::int64_t nLinks = 0;
     for (char const* szLink : {"tree/sub/link", "tree/file link", "tree/dangling"})
@@ -252,7 +244,7 @@ TEST(FolderSize, AHundredThousandEntriesAreCountedAndDeleted) {
 }
 
 TEST(FolderCopy, KeepsDataLinksModesTimesAndAttributes) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     MakeTree(oFolder, "tree");
     std::string const szTree = oFolder.Path("tree"), szCopy = oFolder.Path("new/copy");
     fs::remove(szTree + "/sub/" + std::string(255, 'n')); // its path is longer than any that is copied
@@ -285,7 +277,7 @@ TEST(FolderCopy, KeepsDataLinksModesTimesAndAttributes) {
 }
 
 TEST(FolderCopy, StaysInsideItsTarget) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     MakeTree(oFolder, "tree");
     std::string const szTree = oFolder.Path("tree"), szTarget = oFolder.Path("target");
     fs::create_directory(szTarget);
@@ -304,7 +296,7 @@ TEST(FolderCopy, StaysInsideItsTarget) {
 }
 
 TEST(FolderCopy, AnExistingTargetIsReplacedWholeOrNotAtAll) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szNew = oFolder.Write("new", "new text"), szOld = oFolder.Write("old", "old");
     fs::create_hard_link(szOld, oFolder.Path("old link"));
     chmod(szNew.c_str(), 0640);
@@ -330,19 +322,16 @@ TEST(FolderCopy, AnExistingTargetIsReplacedWholeOrNotAtAll) {
 }
 
 TEST(FolderCopy, AFullDiskLeavesTheOldFile) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szNew = oFolder.Write("new", std::string(1'000'000, 'n')), szOld = oFolder.Write("old", "old");
-    pid_t const nProcess = fork(); // a file of at most 1000 bytes, for this child alone
-    if (nProcess == 0) {
+    ChildProcess oLimited([&](auto const&) { // to files of at most 1000 bytes
         rlimit const oLimit{1000, 1000};
         setrlimit(RLIMIT_FSIZE, &oLimit);
         signal(SIGXFSZ, SIG_IGN);
-        _exit(LFile::CopyFile(szNew.c_str(), szOld.c_str()) ||
-              !LFile::CopyFile(szNew.c_str(), oFolder.Path("none").c_str()));
-    }
-    int nStatus = -1;
-    waitpid(nProcess, &nStatus, 0);
-    EXPECT_EQ(nStatus, 0);
+        return LFile::CopyFile(szNew.c_str(), szOld.c_str()) ||
+               !LFile::CopyFile(szNew.c_str(), oFolder.Path("none").c_str());
+    });
+    EXPECT_EQ(oLimited.Wait(), 0);
     EXPECT_EQ(oFolder.Read("old"), "old");
     EXPECT_FALSE(oFolder.Has("none")) << "no half of a file";
     EXPECT_EQ(std::distance(fs::directory_iterator(oFolder.Path()), {}), 2);

@@ -1,6 +1,6 @@
 #include "files/path_resolve.h"
 
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -76,7 +76,7 @@ TEST(PathResolve, FindsWhatLiesBehindTheBaseFolder) {
 }
 
 TEST(PathResolve, CountsUpToTheFirstFreeName) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     char szOut[kLNameSize];
     auto const Next = [&] {
         return std::string(LFile::MakeUniqueOrderedFilePath(szOut, oFolder.Path().c_str(), "report", ".txt"));
@@ -89,7 +89,7 @@ TEST(PathResolve, CountsUpToTheFirstFreeName) {
 }
 
 TEST(PathResolve, GivesNoNameRatherThanATakenOneWhenNoneFits) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szName(259 - oFolder.Path().size() - 1, 'n'); // fills the buffer to its end
     oFolder.Write(szName, "");
     char szOut[kLNameSize];

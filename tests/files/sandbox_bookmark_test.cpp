@@ -1,14 +1,15 @@
 #include "files/sandbox_bookmark_manager.h"
 
 #include "files/sandbox_path.h"
-#include "files/special_folders.h"
+#include "files/system_folders.h"
 #include "platform/testing/objects.h"
+#include "platform/testing/preferences.h"
 #include "platform/testing/sandbox.h"
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/child_process.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -59,14 +60,14 @@ protected:
     void SetUp() override {
         fs::create_directories(oFolder.Path("home/sub"));
         setenv("CFFIXED_USER_HOME", oFolder.Path("home").c_str(), 1);
-        PlatformForgetUserDefaults();
+        PlatformForgetPreferences();
         oFolder.Write("out/song.wav", "song");
         Manager::Create();
     }
     void TearDown() override {
         Manager::Destroy();
         PlatformRefuseAccess("");
-        PlatformForgetUserDefaults();
+        PlatformForgetPreferences();
         unsetenv("CFFIXED_USER_HOME");
         EXPECT_EQ(PlatformStartedAccesses(), 0);
     }
@@ -79,17 +80,14 @@ protected:
     // As in another process, which starts and ends with Create and Destroy.
     static void InAnotherProcess(std::function<void()> Do) {
         Manager::Destroy();
-        PlatformForgetUserDefaults();
-        pid_t const nProcess = fork();
-        if (nProcess == 0) {
+        PlatformForgetPreferences();
+        ChildProcess oOther([&](auto const&) {
             Manager::Create();
             Do();
             Manager::Destroy();
-            _exit(testing::Test::HasFailure());
-        }
-        int nStatus = -1;
-        waitpid(nProcess, &nStatus, 0);
-        EXPECT_EQ(nStatus, 0);
+            return static_cast<int>(testing::Test::HasFailure());
+        });
+        EXPECT_EQ(oOther.Wait(), 0);
         Manager::Create();
     }
 
@@ -107,7 +105,7 @@ protected:
     }
     std::string DefaultsFile() { return "home/Library/Preferences/tests_files.plist"; }
 
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
 };
 
 TEST_F(SandboxBookmarks, AddingStartsAccessOnceForEachPath) {
@@ -259,9 +257,7 @@ TEST_F(SandboxBookmarks, AnOrdinaryUserFindsAMovedFileToo) {
     if (getuid() != 0)
         GTEST_SKIP() << "changes its user";
     Manager::Destroy();
-    for (auto const& oEntry : fs::recursive_directory_iterator(oFolder.Path()))
-        lchown(oEntry.path().c_str(), 65534, 65534);
-    lchown(oFolder.Path().c_str(), 65534, 65534);
+    oFolder.GiveToNobody();
     InAnotherProcess([&] {
         EXPECT_EQ(setgid(65534) + setuid(65534), 0);
         Add("out/song.wav", "song");
@@ -298,7 +294,7 @@ TEST_F(SandboxBookmarks, DamagedDefaultsAreForgottenOrSetAside) {
     EXPECT_EQ(Keys(), "");
     Manager::Destroy();
     oFolder.Write(DefaultsFile(), "<plist>nonsense");
-    PlatformForgetUserDefaults();
+    PlatformForgetPreferences();
     Manager::Create();
     EXPECT_TRUE(Add("out/song.wav", "song"));
     EXPECT_EQ(oFolder.Read(DefaultsFile() + ".unreadable"), "<plist>nonsense");
@@ -308,17 +304,14 @@ TEST_F(SandboxBookmarks, DamagedDefaultsAreForgottenOrSetAside) {
 TEST_F(SandboxBookmarks, TwoProcessesKeepEachOthersDefaults) {
     NSUserDefaults* const pDefaults = NSUserDefaults::standardUserDefaults();
     pDefaults->setObject(CFSTR("mine"), CFSTR("mine")); // not written yet
-    pid_t const nProcess = fork();
-    if (nProcess == 0) {
-        PlatformForgetUserDefaults();
+    ChildProcess oOther([&](auto const&) {
+        PlatformForgetPreferences();
         pDefaults->setObject(CFSTR("theirs"), CFSTR("theirs"));
-        _exit(!pDefaults->synchronize());
-    }
-    int nStatus = -1;
-    waitpid(nProcess, &nStatus, 0);
-    EXPECT_EQ(nStatus, 0);
+        return !pDefaults->synchronize();
+    });
+    EXPECT_EQ(oOther.Wait(), 0);
     EXPECT_TRUE(pDefaults->synchronize());
-    PlatformForgetUserDefaults();
+    PlatformForgetPreferences();
     for (CFStringRef const key : {CFSTR("mine"), CFSTR("theirs")}) {
         LCFOwner<CFTypeRef> const value(pDefaults->objectForKey(key));
         EXPECT_TRUE(value && CFEqual(value.Get(), key));
@@ -361,13 +354,13 @@ TEST_F(SandboxBookmarks, WithoutAnInstanceNothingIsGranted) {
 
 TEST_F(SandboxBookmarks, NothingOfTheOSsIsLeftBehind) {
     Manager::Destroy();
-    PlatformForgetUserDefaults();
+    PlatformForgetPreferences();
     auto const Round = [&] {
         Manager::Create();
         Add("out/song.wav", "song");
         Add("out", "folder");
         Manager::Destroy();
-        PlatformForgetUserDefaults();
+        PlatformForgetPreferences();
     };
     Round();
     auto const nBefore = PlatformCountLiveObjects();

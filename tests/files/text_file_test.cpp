@@ -1,8 +1,8 @@
 #include "files/text_file.h"
 
 #include "tests/files/file_call_hooks.h"
-#include "tests/files/lock_holder.h"
-#include "tests/files/scratch_folder.h"
+#include "tests/harness/lock_holder.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -63,7 +63,7 @@ TEST(TextFile, EachLoadReadsItsForm) {
         {szLE + "\x3D\xD8\0\xDE\x3D\xD8"s, szMark + "\U0001F600\uFFFD", "\U0001F600\uFFFD", "\U0001F600\uFFFD"},
         {szLE + "a\0\0\0b\0"s, szMark + "a", "a", "a"}, // a zero unit ends it
     };
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     for (auto const& oRow : kRows) {
         std::string const szPath = oFolder.Write("text", oRow.szBytes);
         EXPECT_EQ(Loaded(LLoadText, szPath), oRow.szBytes);
@@ -75,7 +75,7 @@ TEST(TextFile, EachLoadReadsItsForm) {
 }
 
 TEST(TextFile, WhatCannotBeLoadedLeavesAnEmptyText) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPipe = oFolder.Path("pipe"), szLarge = oFolder.Write("large", "");
     mkfifo(szPipe.c_str(), 0600);
     ASSERT_EQ(truncate(szLarge.c_str(), 3'000'000'001), 0); // a hole; no such memory is asked for
@@ -86,7 +86,7 @@ TEST(TextFile, WhatCannotBeLoadedLeavesAnEmptyText) {
 }
 
 TEST(TextFile, SavesTruncateAndAppendAndMarkTheFile) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder.Path("text");
     EXPECT_TRUE(LSaveText(szPath.c_str(), "long old text"));
     EXPECT_TRUE(LSaveText(szPath.c_str(), Long("a\0b"s)));
@@ -114,7 +114,7 @@ TEST(TextFile, AFileSystemWithoutAttributesTakesTheTextAllTheSame) {
 }
 
 TEST(TextFile, BytesMoveInPiecesAndThroughInterruptions) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder.Path("text"), szText(1000, 'x');
     HookScope oHooks;
     int nCall = 0;
@@ -147,7 +147,7 @@ TEST(TextFile, WaitsForTheLockAndGivesUp) {
         {"append", LOCK_EX, lSavePauses, [](char const* p) { return LSaveAppendText(p, "new"); }, true},
         {"wide", LOCK_EX, lSavePauses, [](char const* p) { return LSaveTextAsUnicodeBOM(p, Long("new")), true; }, true},
     };
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     for (auto const& oRow : kRows) {
         std::string const szPath = oFolder.Write(oRow.szWhat, "old");
         LockHolder oHolder(szPath, oRow.nLock);
@@ -163,7 +163,7 @@ TEST(TextFile, WaitsForTheLockAndGivesUp) {
 }
 
 TEST(TextFile, GoesOnWhenTheHolderDies) {
-    ScratchFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder.Write("text", "old");
     for (bool const bSave : {false, true}) {
         LockHolder oHolder(szPath, LOCK_EX);

@@ -75,8 +75,13 @@ void ChildProcess::Kill() {
 }
 
 int ChildProcess::Wait() {
+    int const nStatus = WaitStatus();
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+}
+
+int ChildProcess::WaitStatus() {
     int nStatus = 0;
     waitpid(nProcess, &nStatus, 0);
     nProcess = -1;
-    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+    return nStatus;
 }

@@ -30,8 +30,9 @@ public:
     bool WaitUntilReady() const;
     void LetGo() const;
 
-    void Kill(); // with SIGKILL, and waits for its end
-    int Wait();  // waits for its end; the exit status, or -1 when a signal ended it
+    void Kill();      // with SIGKILL, and waits for its end
+    int Wait();       // waits for its end; the exit status, or -1 when a signal ended it
+    int WaitStatus(); // waits for its end; all of it, as waitpid has it
 
 private:
     pid_t nProcess = -1;

@@ -1,7 +1,11 @@
+#include "tests/harness/temporary_folder.h"
 #include "tests/platform/corefoundation.h"
 #include "tests/platform/corefoundation_fuzz.h"
 
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <vector>
 
@@ -271,4 +275,60 @@ TEST_F(PropertyLists, SurviveDamage) {
         }
         EXPECT_EQ(0, FuzzPropertyList(reinterpret_cast<UInt8 const*>(szBytes.data()), szBytes.size()));
     }
+}
+
+// Lists by chance written by another implementation, read here and written again, say to it what they said before.
+TEST_F(PropertyLists, AreThoseOfPythonsPlistlibBothWays) {
+    TemporaryFolder const oFolder;
+    std::ofstream(oFolder / "lists.py") << R"(
+import datetime, plistlib, random, sys
+r = random.Random(6)
+alphabet = "ab <>&\"'\t\n]é€🎵\ufffd\x7f\u2028" + "]]>"
+text = lambda: "".join(r.choice(alphabet) for _ in range(r.randrange(12)))
+def make(depth):
+    kind = r.randrange(10 if depth else 8)
+    if kind == 0: return text()
+    if kind == 1: return r.choice([0, -1, 2**63 - 1, -2**63, r.randrange(-10**6, 10**6)])
+    if kind == 2: return r.choice([0.0, -0.0, 1.0, 1e300, 5e-324, float("inf"), float("-inf"), float("nan"), r.random()])
+    if kind == 3: return r.random() < 0.5
+    if kind == 4: return r.randbytes(r.randrange(120))
+    if kind == 5: return datetime.datetime(1, 1, 1) + datetime.timedelta(seconds=r.randrange(315537897600))
+    if kind == 6: return {}
+    if kind == 7: return []
+    if kind == 8: return [make(depth - 1) for _ in range(r.randrange(6))]
+    return {text(): make(depth - 1) for _ in range(r.randrange(6))}
+folder = sys.argv[2]
+read = lambda name: open(f"{folder}/{name}", "rb").read()
+def same(a, b):  # repr tells every type and value apart; what is no text of XML 1.0's lines can't be among them
+    a, b = repr(a), repr(b)
+    assert a == b, (a, b)
+for n in range(300):
+    value = make(6)
+    if sys.argv[1] == "write":
+        open(f"{folder}/{n}.xml", "wb").write(plistlib.dumps(value, sort_keys=True))
+        open(f"{folder}/{n}.binary", "wb").write(plistlib.dumps(value, fmt=plistlib.FMT_BINARY, sort_keys=True))
+    else:
+        order = lambda v: {k: order(v[k]) for k in sorted(v)} if isinstance(v, dict) else \
+            [order(i) for i in v] if isinstance(v, list) else v
+        same(order(value), order(plistlib.loads(read(f"{n}.ours"))))
+if sys.argv[1] == "read":
+    assert plistlib.loads(read("everything"))["string <&> é🎵"] == '  two\nlines\tand\r "quotes" '
+)";
+    auto const Run = [&](char const* szWhat) {
+        return std::system(("python3 '" + oFolder / "lists.py" + "' " + szWhat + " '" + oFolder.Path() + "'").c_str());
+    };
+    auto const Bytes = [&](std::string const& szName) {
+        std::ifstream oFile(oFolder / szName);
+        return std::string(std::istreambuf_iterator<char>(oFile), {});
+    };
+    ASSERT_EQ(0, Run("write"));
+    std::ofstream(oFolder / "everything") << kEverything;
+    for (int n = 0; n < 300; ++n) {
+        std::string const szName = std::to_string(n);
+        Owned<CFPropertyListRef> const list = Read(Bytes(szName + ".xml")), binary = Read(Bytes(szName + ".binary"));
+        ASSERT_TRUE(list) << Bytes(szName + ".xml");
+        EXPECT_FALSE(binary);
+        std::ofstream(oFolder / (szName + ".ours")) << Write(list);
+    }
+    EXPECT_EQ(0, Run("read"));
 }

@@ -99,6 +99,41 @@ TEST(Dispatch, GroupTellsOnlyWhenTheLastHasLeftAndItsBlockIsGone) {
     EXPECT_EQ(Words{"gone"}, oLog.WaitFor(1));
 }
 
+TEST(Dispatch, ABlockObjectEndsWhenItsBlockIsGoneAndACancelledOneAtOnce) {
+    EXPECT_TRUE(!dispatch_block_create(1, [] {}) && !dispatch_block_create(0, nullptr));
+    for (bool bCancelFirst : {true, false}) {
+        auto pCaptured = std::make_shared<std::atomic<int>>(0);
+        std::atomic<int>& nRuns = *pCaptured;
+        std::weak_ptr<void> const pWatched = pCaptured;
+        auto const pKept = bCancelFirst ? nullptr : pCaptured;
+        dispatch_semaphore_t const pBegun = dispatch_semaphore_create(0), pGo = dispatch_semaphore_create(0);
+        dispatch_block_t const oBlock = dispatch_block_create(0, [pBegun, pGo, pCaptured = std::move(pCaptured)] {
+            ++*pCaptured;
+            dispatch_semaphore_signal(pBegun);
+            dispatch_semaphore_wait(pGo, DISPATCH_TIME_FOREVER);
+        });
+        EXPECT_NE(0, dispatch_block_wait(oBlock, DISPATCH_TIME_NOW));
+        if (!bCancelFirst) {
+            dispatch_async(Global(), oBlock);
+            dispatch_semaphore_wait(pBegun, DISPATCH_TIME_FOREVER);
+        }
+        EXPECT_EQ(0, dispatch_block_testcancel(oBlock));
+        dispatch_block_cancel(oBlock);
+        EXPECT_NE(0, dispatch_block_testcancel(oBlock));
+        EXPECT_EQ(bCancelFirst, dispatch_block_wait(oBlock, DISPATCH_TIME_NOW) == 0);
+        EXPECT_EQ(bCancelFirst, pWatched.expired());
+        dispatch_semaphore_signal(pGo);
+        if (!bCancelFirst) {
+            EXPECT_EQ(0, dispatch_block_wait(oBlock, DISPATCH_TIME_FOREVER));
+            EXPECT_EQ(1, pWatched.use_count()) << "only the test's own";
+        }
+        dispatch_sync(Global(), oBlock); // a second time: nothing
+        EXPECT_TRUE(bCancelFirst || nRuns == 1);
+        dispatch_release(pBegun);
+        dispatch_release(pGo);
+    }
+}
+
 TEST(Dispatch, SemaphoreCountsAndTimesOut) {
     dispatch_semaphore_t const pSemaphore = dispatch_semaphore_create(1);
     EXPECT_EQ(nullptr, dispatch_semaphore_create(-1));

@@ -1,5 +1,6 @@
 // Reading, mixing, converting, queueing and writing audio.
-#include "tests/tools/test_folder.h"
+#include "tests/harness/child_process.h"
+#include "tests/harness/temporary_folder.h"
 #include "tools/audio/audio_queue.h"
 #include "tools/audio/audio_source.h"
 #include "tools/audio/content_hash.h"
@@ -21,7 +22,6 @@
 #include <thread>
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -124,7 +124,7 @@ TEST(RateConverter, ChoosesTheDeviceRateOfTheSameFamily) {
 }
 
 TEST(AudioFile, ReadsMonoAsStereoAndSaysWhatItCannotRead) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     std::vector<short> const lMono = {0, 16384, -32768};
     SndfileHandle(oFolder / "mono.wav", SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 44100).writef(lMono.data(), 3);
     EXPECT_EQ(ReadAll(*OpenAudioFile(oFolder / "mono.wav"), 2), (std::vector<float>{0, 0, 0.5f, 0.5f, -1, -1}));
@@ -209,7 +209,7 @@ TEST(ContentHash, DependsOnFramesAndNotOnTheirBlocks) {
 }
 
 TEST(WavWriter, GivesTheFileItsNameOnlyWhenItIsWhole) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder / "out.wav";
     std::vector<float> lFrames(1000 * kChannels);
     std::iota(lFrames.begin(), lFrames.end(), 0.0f);
@@ -238,7 +238,7 @@ TEST(WavWriter, GivesTheFileItsNameOnlyWhenItIsWhole) {
 }
 
 TEST(WavWriter, KeepsAPlayablePartFileAndMovesADeadRecordersAside) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder / "out.wav";
     std::vector<float> const lSecond(44100 * kChannels, 0.5f);
     {
@@ -255,10 +255,9 @@ TEST(WavWriter, KeepsAPlayablePartFileAndMovesADeadRecordersAside) {
 
 // The limit on a file's size stands in for a full disk: the same call fails in the same way.
 TEST(WavWriter, SaysThatTheDiskIsFullAndKeepsWhatFitted) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szPath = oFolder / "out.wav";
-    pid_t const nChild = fork();
-    if (nChild == 0) {
+    ChildProcess oLimited([&](auto const&) {
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit const oLimit = {1 << 20, 1 << 20};
         setrlimit(RLIMIT_FSIZE, &oLimit);
@@ -270,11 +269,9 @@ TEST(WavWriter, SaysThatTheDiskIsFullAndKeepsWhatFitted) {
                     oWriter.Write(lSecond.data(), 44100);
             },
             ExitCode::Output);
-        _exit(szText.find("out.wav.part: File too large") != std::string::npos ? 0 : 1);
-    }
-    int nStatus = 0;
-    ASSERT_EQ(waitpid(nChild, &nStatus, 0), nChild);
-    EXPECT_EQ(nStatus, 0);
+        return szText.find("out.wav.part: File too large") != std::string::npos ? 0 : 1;
+    });
+    EXPECT_EQ(oLimited.Wait(), 0);
     EXPECT_FALSE(oFolder.Has("out.wav"));
     EXPECT_GE(MeasureFile(szPath + ".part").nFrames, 2u * 44100);
 }

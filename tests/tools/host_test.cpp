@@ -1,5 +1,5 @@
 // The host's own parts, against a fake driver where one is needed.
-#include "tests/tools/test_folder.h"
+#include "tests/harness/temporary_folder.h"
 #include "tools/host/device_change.h"
 #include "tools/host/device_timeline.h"
 #include "tools/host/host.h"
@@ -19,7 +19,7 @@
 using namespace std::chrono_literals;
 
 TEST(Storage, SurvivesARestartAndADamagedFile) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     std::string const szState = oFolder / "deep/state";
     {
         Storage oStorage(szState);
@@ -30,8 +30,8 @@ TEST(Storage, SurvivesARestartAndADamagedFile) {
     }
     {
         Storage oStorage(szState);
-        CFOwner<CFPropertyListRef> const pFlag(oStorage.Copy(CFSTR("box acquired")));
-        CFOwner<CFPropertyListRef> const pName(oStorage.Copy(CFSTR("name")));
+        LCFOwner<CFPropertyListRef> const pFlag(oStorage.Copy(CFSTR("box acquired")));
+        LCFOwner<CFPropertyListRef> const pName(oStorage.Copy(CFSTR("name")));
         EXPECT_TRUE(pFlag && CFEqual(pFlag.Get(), kCFBooleanFalse));
         EXPECT_EQ(TextOf(static_cast<CFStringRef>(pName.Get())), "K\xc3\xa4stchen <&>");
         EXPECT_EQ(oStorage.Copy(CFSTR("gone")), nullptr);
@@ -44,7 +44,7 @@ TEST(Storage, SurvivesARestartAndADamagedFile) {
 }
 
 TEST(Host, PerformsRequestedChangesElsewhereAndOneAtATime) {
-    TestFolder oFolder;
+    TemporaryFolder oFolder;
     pthread_t const nHere = pthread_self();
     std::vector<UInt64> lPerformed; // by the host's queue; read when it has come to rest
     std::atomic<int> nInside{0};
@@ -142,7 +142,7 @@ TEST(PropertyText, PutsValuesIntoWords) {
 }
 
 TEST(PrivateFolder, DeletesWhatKilledRunsHaveLeftAndNothingElse) {
-    TestFolder const oParent;
+    TemporaryFolder const oParent;
     for (char const* szName : {"lumora-run.killed", "lumora-run.killed/mach-services", "other"})
         std::filesystem::create_directory(oParent / szName);
     std::ofstream(oParent / "lumora-run.file") << "somebody's";

@@ -139,32 +139,27 @@ TEST_F(CodecTest, OnlyDeclaredNamesPassAndTheNewestDeclarationRules) {
     EXPECT_EQ(xpc_dictionary_get_int64(oMessage.Get(), "a"), 1);
     EXPECT_EQ(TypeOf("twice"), XPC_TYPE_BOOL);
     EXPECT_EQ(Decode(), "twice;twice;a;");
+    LXPCData const arItems[] = {{"a", LXPCDataType_None, 4}, {"a", LXPCDataType_None, 5}};
+    SetXPCDictionary(oMessage.Get(), lKeys, arItems, 2); // the last one is written first
+    EXPECT_EQ(xpc_dictionary_get_int64(oMessage.Get(), "a"), 4);
 }
 
-TEST(Items, AreCutAt259KeepTheirOrderInAnArrayAndTurnItRoundInAList) {
+TEST(Items, AreCutAt259AndKeepTheirOrderInAnArray) {
     std::string const szLong(300, 'n');
     LXPCDictionaryKeyListable const oKey(szLong.c_str(), LXPCDataType_Double);
-    LList<LXPCDataListable> lItems, lBack;
-    lItems.Insert(CreateXPCData(oKey, 2, 22));
-    lItems.Insert(CreateXPCDataDouble(oKey, 0.5));
+    LList<LXPCDataListable> lItems;
     lItems.Insert(std::make_unique<LXPCDataListable>());
+    lItems.Insert(CreateXPCDataDouble(oKey, 0.5));
+    lItems.Insert(CreateXPCData(oKey, 2, 22));
     LXPCDataArray const oArray(lItems);
     ASSERT_EQ(oArray.nCount, 3u);
-    EXPECT_STREQ(oArray.arItems[0].szName, "");
-    EXPECT_EQ(oArray.arItems[0].nType, LXPCDataType_None);
-    ASSERT_TRUE(LXPCArrayToList(oArray.arItems.get(), oArray.nCount, lBack));
-    struct Case {
-        long nValue;
-        unsigned long nSize;
-        double dValue;
-    };
-    LXPCDataListable const* pItem = lBack.pHead;
-    for (Case const& oCase : {Case{2, 22, 0.0}, {-1, 0, 0.5}, {-1, 0, 0.0}}) {
+    LXPCData const* pItem = oArray.arItems.get();
+    for (LXPCData const& oCase : {LXPCData(oKey.szName, oKey.nType, 2, 22), {oKey.szName, oKey.nType, -1, 0, 0.5}, {}}) {
+        EXPECT_STREQ(pItem->szName, oCase.szName);
+        EXPECT_EQ(pItem->nType, oCase.nType);
         EXPECT_EQ(pItem->nValue, oCase.nValue);
         EXPECT_EQ(pItem->nSize, oCase.nSize);
-        EXPECT_EQ(pItem->dValue, oCase.dValue);
-        pItem = pItem->pNext;
+        EXPECT_EQ(pItem++->dValue, oCase.dValue);
     }
-    EXPECT_EQ(lBack.pHead->szName, szLong.substr(0, 259));
-    EXPECT_EQ(lBack.pHead->nType, LXPCDataType_Double);
+    EXPECT_EQ(oArray.arItems[0].szName, szLong.substr(0, 259));
 }

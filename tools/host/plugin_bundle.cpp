@@ -13,10 +13,10 @@ Ref Typed(CFTypeRef pValue, CFTypeID nType) {
     return pValue && CFGetTypeID(pValue) == nType ? static_cast<Ref>(pValue) : nullptr;
 }
 
-CFOwner<CFBundleRef> OpenBundle(std::string const& szPath) {
-    CFOwner<CFURLRef> const pUrl(CFURLCreateFromFileSystemRepresentation(
+LCFOwner<CFBundleRef> OpenBundle(std::string const& szPath) {
+    LCFOwner<CFURLRef> const pUrl(CFURLCreateFromFileSystemRepresentation(
         nullptr, reinterpret_cast<UInt8 const*>(szPath.data()), static_cast<CFIndex>(szPath.size()), true));
-    return CFOwner<CFBundleRef>(pUrl ? CFBundleCreate(nullptr, pUrl.Get()) : nullptr);
+    return LCFOwner<CFBundleRef>(pUrl ? CFBundleCreate(nullptr, pUrl.Get()) : nullptr);
 }
 
 } // namespace
@@ -42,7 +42,7 @@ PluginBundle::~PluginBundle() {
 
 // CFPlugInTypes: type -> [factory]; CFPlugInFactories: factory -> function name. The first factory of the type is used.
 CFStringRef PluginBundle::FindFactoryName(std::string const& szPath) const {
-    CFOwner<CFStringRef> const pType(CFUUIDCreateString(nullptr, kAudioServerPlugInTypeUUID));
+    LCFOwner<CFStringRef> const pType(CFUUIDCreateString(nullptr, kAudioServerPlugInTypeUUID));
     auto const pTypes = Typed<CFDictionaryRef>(
         CFBundleGetValueForInfoDictionaryKey(pBundle.Get(), CFSTR("CFPlugInTypes")), CFDictionaryGetTypeID());
     auto const pFactories = Typed<CFDictionaryRef>(

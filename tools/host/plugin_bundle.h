@@ -1,7 +1,7 @@
 // A plug-in's bundle, found and loaded by what its information property list says.
 #pragma once
 
-#include "tools/host/cf_ref.h"
+#include "tools/host/cf_text.h"
 
 #include <CoreAudio/AudioServerPlugIn.h>
 
@@ -28,7 +28,7 @@ private:
     CFStringRef FindFactoryName(std::string const& szPath) const;
     void AskForDriver(CFPlugInFactoryFunction pFactory, std::string const& szPath);
 
-    CFOwner<CFBundleRef> pBundle;
+    LCFOwner<CFBundleRef> pBundle;
     AudioServerPlugInDriverRef pDriver = nullptr;
 };
 

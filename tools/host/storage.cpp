@@ -73,13 +73,13 @@ Storage::Storage(std::string const& szFolder) : szPath(szFolder + "/" + kFileNam
 void Storage::Load() {
     std::ifstream oFile(szPath, std::ios::binary);
     std::string const szBytes{std::istreambuf_iterator<char>(oFile), {}};
-    CFOwner<CFDataRef> const pData(
+    LCFOwner<CFDataRef> const pData(
         CFDataCreate(nullptr, reinterpret_cast<UInt8 const*>(szBytes.data()), static_cast<CFIndex>(szBytes.size())));
-    CFOwner<CFPropertyListRef> const pList(
+    LCFOwner<CFPropertyListRef> const pList(
         oFile.is_open() ? CFPropertyListCreateWithData(nullptr, pData.Get(), kCFPropertyListImmutable, nullptr, nullptr)
                         : nullptr);
     if (pList && CFGetTypeID(pList.Get()) == CFDictionaryGetTypeID()) {
-        pItems = CFOwner<CFMutableDictionaryRef>(
+        pItems = LCFOwner<CFMutableDictionaryRef>(
             CFDictionaryCreateMutableCopy(nullptr, 0, static_cast<CFDictionaryRef>(pList.Get())));
         return;
     }
@@ -89,7 +89,7 @@ void Storage::Load() {
         std::fprintf(stderr, "lumora: %s is not a property list; it is kept as %s and storage starts empty.\n",
                      szPath.c_str(), szAside.c_str());
     }
-    pItems = CFOwner<CFMutableDictionaryRef>(
+    pItems = LCFOwner<CFMutableDictionaryRef>(
         CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
 }
 
@@ -112,7 +112,7 @@ bool Storage::Delete(CFStringRef pKey) {
 }
 
 bool Storage::Save() {
-    CFOwner<CFDataRef> const pData(
+    LCFOwner<CFDataRef> const pData(
         CFPropertyListCreateData(nullptr, pItems.Get(), kCFPropertyListXMLFormat_v1_0, 0, nullptr));
     if (pData && ReplaceFile(szPath, pData.Get()))
         return true;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/mutex.h"
-#include "tools/host/cf_ref.h"
+#include "tools/host/cf_text.h"
 
 #include <string>
 
@@ -28,7 +28,7 @@ private:
 
     std::string szPath;
     LMutex mtx;
-    CFOwner<CFMutableDictionaryRef> pItems GUARDED_BY(mtx);
+    LCFOwner<CFMutableDictionaryRef> pItems GUARDED_BY(mtx);
 };
 
 // Where a host keeps it when nobody says: $XDG_STATE_HOME/lumora, or ~/.local/state/lumora.

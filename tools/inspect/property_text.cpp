@@ -1,6 +1,6 @@
 #include "tools/inspect/property_text.h"
 
-#include "tools/host/cf_ref.h"
+#include "tools/host/cf_text.h"
 
 #include <cstdio>
 #include <cstring>
@@ -64,12 +64,12 @@ std::vector<std::string> Each(std::vector<UInt8> const& arBytes, Make const& oMa
 std::string TextOfReference(CFTypeRef pObject) {
     if (!pObject)
         return "none";
-    CFOwner<CFTypeRef> const pOwned(pObject); // what a driver hands out is the reader's
+    LCFOwner<CFTypeRef> const pOwned(pObject); // what a driver hands out is the reader's
     if (CFGetTypeID(pObject) == CFStringGetTypeID())
         return "\"" + TextOf(static_cast<CFStringRef>(pObject)) + "\"";
     if (CFGetTypeID(pObject) == CFURLGetTypeID())
         return TextOf(CFURLGetString(static_cast<CFURLRef>(pObject)));
-    CFOwner<CFStringRef> const pDescription(CFCopyDescription(pObject));
+    LCFOwner<CFStringRef> const pDescription(CFCopyDescription(pObject));
     return TextOf(pDescription.Get());
 }
 
@@ -170,14 +170,14 @@ bool IsList(ValueKind nKind) {
 }
 
 // The UID that the "by UID" properties translate, asked of the first box or device itself.
-CFOwner<CFStringRef> OwnUid(DriverView const& oDriver, AudioObjectPropertySelector nSelector) {
+LCFOwner<CFStringRef> OwnUid(DriverView const& oDriver, AudioObjectPropertySelector nSelector) {
     bool const bBox = nSelector == kAudioPlugInPropertyTranslateUIDToBox;
     AudioObjectPropertySelector nUid = kAudioBoxPropertyBoxUID, nList = kAudioPlugInPropertyBoxList;
     if (!bBox)
         nUid = kAudioDevicePropertyDeviceUID, nList = kAudioPlugInPropertyDeviceList;
     auto const lObjects = oDriver.List(kPlugInObject, nList);
     auto const oUid = lObjects.empty() ? std::nullopt : oDriver.Get<CFStringRef>(lObjects.front(), GlobalAddress(nUid));
-    return oUid && *oUid ? CFOwner<CFStringRef>(*oUid) : MakeCFString("");
+    return oUid && *oUid ? LCFOwner<CFStringRef>(*oUid) : MakeCFString("");
 }
 
 // Standard error goes nowhere while there is one. One thread.
@@ -217,7 +217,7 @@ PropertyText ReadPropertyText(DriverView const& oDriver, AudioObjectID nObject, 
     };
     switch (oProperty.nKind) {
     case ValueKind::ObjectByUid: {
-        CFOwner<CFStringRef> const pUid = OwnUid(oDriver, oProperty.nSelector);
+        LCFOwner<CFStringRef> const pUid = OwnUid(oDriver, oProperty.nSelector);
         CFStringRef const pQualifier = pUid.Get();
         oRead(&pQualifier, sizeof pQualifier, kRoom);
         break;

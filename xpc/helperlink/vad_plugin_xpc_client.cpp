@@ -5,7 +5,6 @@
 #include "xpc/helperlink/vad_plugin_exports.h"
 
 #include <cstring>
-#include <new>
 
 LVADPluginXPCClient* LVADPluginXPCClient::GetInstance() noexcept {
     static LImmortal<LVADPluginXPCClient> oInstance;
@@ -28,25 +27,16 @@ void LVADPluginXPCClient::RequestEndPoint(int nId) noexcept {
     Send(nId, kVADHelperService, kVADHelperInstance, LXPCData(kVADKeyRequestEndPoint, LXPCDataType_None, 1), true);
 }
 
-// No lock is held over the connecting. A thread that meanwhile was given a newer endpoint may have found this one's
-// connection in the way: so whoever has put a connection there that is out of date by then goes round again. Whoever
-// found one in the way does not: that is for the thread that put it there.
+// One reconnect a call, whatever the others do: a helper that offers endpoint after endpoint keeps nobody here. Each
+// takes the newest endpoint when its turn has come, and so the last one does.
 void LVADPluginXPCClient::ConnectToApp() noexcept {
-    LXPCObject oConnecting = CopyEndPoint();
-    if (!oConnecting)
-        return RequestEndPoint(nClientId);
-    while (Reconnect(oConnecting.Get())) {
-        LXPCObject oNewest = CopyEndPoint();
-        if (!oNewest || oNewest.Get() == oConnecting.Get())
-            return;
-        oConnecting = std::move(oNewest);
-    }
-}
-
-bool LVADPluginXPCClient::Reconnect(xpc_object_t pToEndPoint) noexcept {
+    LScopedLock const oLock(mtxConnecting);
     int const nId = nClientId;
+    LXPCObject const oNewest = CopyEndPoint();
+    if (!oNewest)
+        return RequestEndPoint(nId);
     LXPCClientManager::Disconnect(nId, kVADAppConnection, kVADAppInstance);
-    return LXPCClientManager::ConnectEndPoint(nId, kVADAppConnection, kVADAppInstance, pToEndPoint);
+    LXPCClientManager::ConnectEndPoint(nId, kVADAppConnection, kVADAppInstance, oNewest.Get());
 }
 
 bool LVADPluginXPCClient::IsAppConnected() noexcept {
@@ -68,12 +58,7 @@ void LVADPluginXPCClient::SendVolumeChanged(double dVolume) noexcept {
 
 void LVADPluginXPCClient::Send(int nId, char const* szName, unsigned long nInstance, LXPCData const& oItem,
                                bool bWantReply) noexcept {
-    std::unique_ptr<LXPCDataListable> pItem(new (std::nothrow) LXPCDataListable(oItem));
-    if (!pItem)
-        return;
-    LList<LXPCDataListable> lItems;
-    lItems.Insert(std::move(pItem));
-    LXPCClientManager::SendMessage(nId, szName, nInstance, lItems, bWantReply);
+    LXPCClientManager::SendMessage(nId, szName, nInstance, &oItem, 1, bWantReply); // an array: nothing to allocate
 }
 
 void LVADPluginXPCClient::EvConnectionError(long, LXPCErrorType) {}

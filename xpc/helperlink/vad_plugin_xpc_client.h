@@ -23,7 +23,7 @@ public:
     void Connect() noexcept;
 
     // Connects to the application anew, or asks the helper for its endpoint when none is known yet. Calls on several
-    // threads at once leave one connection, to the newest endpoint.
+    // threads at once take turns and leave one connection, to the newest endpoint.
     void ConnectToApp() noexcept;
 
     // Whether there is a connection to the application. It stays true when the application has gone.
@@ -55,14 +55,14 @@ private:
     LVADPluginXPCClient() noexcept = default;
 
     void RequestEndPoint(int nId) noexcept;
-    bool Reconnect(xpc_object_t pToEndPoint) noexcept;
     void Receive(LXPCData const* arItems, unsigned long nCount) noexcept;
     static void Send(int nId, char const* szName, unsigned long nInstance, LXPCData const& oItem,
                      bool bWantReply) noexcept;
     void SetEndPoint(xpc_object_t pNew) noexcept;
     LXPCObject CopyEndPoint() noexcept;
 
-    std::atomic<int> nClientId = 0;               // 0: no client yet
-    LMutex mtxEndPoint;                           // a leaf, held for taking and dropping the reference only
+    std::atomic<int> nClientId = 0; // 0: no client yet
+    LMutex mtxConnecting; // held over one reconnect, which waits for nobody; outside of all other locks here and below
+    LMutex mtxEndPoint;   // a leaf, held for taking and dropping the reference only
     LXPCObject pEndPoint GUARDED_BY(mtxEndPoint); // the application's, as last received; the link's own reference
 };

@@ -6,8 +6,9 @@
 // is unloaded. Any thread.
 //
 // Differs from the OS:
-// - The identifier look-up finds bundles made by CFBundleCreate only: there is no main bundle, and code that the linker
+// - The identifier look-up finds bundles made by CFBundleCreate only: not the main bundle, and code that the linker
 //   brought in belongs to none.
+// - The main bundle's executable is the program that runs, whatever its Info.plist says.
 // - Resources are looked for in Contents/Resources (and its `subDirName`) only; no localized folders.
 // - The executable is loaded with RTLD_NOW and RTLD_LOCAL. It is unloaded by CFBundleUnloadExecutable, never by the
 //   bundle's death, as code of it may be running.
@@ -30,6 +31,9 @@ extern CFStringRef const kCFBundleVersionKey;    // "CFBundleVersion"
 CFTypeID CFBundleGetTypeID();
 // NULL when the folder does not exist. A missing or unreadable Info.plist makes an empty information dictionary.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef bundleUrl);
+// The running program's: the folder X of X/Contents/MacOS/program, else the folder that the program is in. Never freed
+// and not retained for the caller; NULL when the program's file is gone.
+CFBundleRef CFBundleGetMainBundle();
 // Not retained for the caller, who has to know that someone else keeps the bundle; NULL when there is none. Of several
 // living bundles with one identifier, the first created.
 CFBundleRef CFBundleGetBundleWithIdentifier(CFStringRef identifier);

@@ -7,5 +7,6 @@
 #include <Foundation/NSObject.h>
 #include <Foundation/NSPathUtilities.h>
 #include <Foundation/NSStrong.h>
+#include <Foundation/NSThread.h>
 #include <Foundation/NSURL.h>
 #include <Foundation/NSUserDefaults.h>

@@ -1,14 +1,12 @@
 // Stands in for <Foundation/NSUserDefaults.h>: the user's settings of this program.
 //
-// Kept: values are property-list objects, copied when set; what is set is seen at once by this process, and by others
-// and after a restart once it is synchronised. Changes of several processes to different keys all survive.
+// Kept: they are the preferences of this program for this user on any host (<CoreFoundation/CFPreferences.h>), with all
+// that is said there: values are property-list objects, copied when set; what is set is seen at once by this process,
+// and by others and after a restart once it is synchronised.
 // Differs from the OS:
 // - Results are the caller's own reference, as of <Foundation/NSURL.h>, unless they are called shared.
-// - The store is a file, Library/Preferences/<domain>.plist in the process's home (NSHomeDirectory), an XML property
-//   list, replaced in one step. The domain is the program's name.
-// - The file is read at the first use and at each synchronize, and written by synchronize alone. One that can't be
-//   understood counts as empty, and is set aside as <domain>.plist.unreadable before it is replaced.
-// - A value that is no property-list object is not set.
+// - The domain is the program's name; no other one is searched.
+// - What can't be kept (see there) is not set.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

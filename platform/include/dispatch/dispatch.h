@@ -1,4 +1,4 @@
-// Stands in for <dispatch/dispatch.h>: queues, groups, semaphores and timed submission. Any thread.
+// Stands in for <dispatch/dispatch.h>: queues, groups, semaphores, timed submission and block objects. Any thread.
 //
 // Kept: global queues run blocks on a pool of threads, many at a time; a serial queue runs its blocks one at a time, in
 // the order submitted; the main queue's blocks run on the process's first thread, once that thread is in dispatch_main
@@ -11,7 +11,10 @@
 //   second. Work that waits for other work beyond that many threads waits for ever.
 // - dispatch_sync onto a queue from a block of that same queue waits for ever, where the OS may stop the process.
 // - Releasing an object too often is not noticed.
-// - No concurrent private queues, target queues, sources, work items or quality-of-service classes.
+// - Cancelling a block object that has not begun destroys what it captured and ends it there and then; on the OS it ends
+//   when its turn comes. One ends only after what it captured has been destroyed; on the OS, once it has run. It has no
+//   flags, and runs once: further times do nothing.
+// - No concurrent private queues, target queues, sources or quality-of-service classes.
 #pragma once
 
 #include <stddef.h>
@@ -103,6 +106,19 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t const& block);
 // Submits a block once the host clock reads `when`; at once for an instant in the past, never for the "forever" one.
 // The queue is retained until then.
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block);
+
+// A block object: a block that runs the given one, whose copies are one, and that the calls below know. It is submitted
+// as any other. Null for flags other than 0, and for an empty block.
+typedef unsigned long dispatch_block_flags_t;
+dispatch_block_t dispatch_block_create(dispatch_block_flags_t flags, dispatch_block_t block);
+
+// Of a block object only. Cancel: if it has not begun, it never runs; testcancel: non-zero after that call.
+void dispatch_block_cancel(dispatch_block_t block);
+intptr_t dispatch_block_testcancel(dispatch_block_t block);
+
+// Waits until the block object has ended: 0; or until `timeout` (as dispatch_group_wait): non-zero. Until it has
+// returned 0, once.
+intptr_t dispatch_block_wait(dispatch_block_t block, dispatch_time_t timeout);
 
 // The instant `delta` nanoseconds after `when` (DISPATCH_TIME_NOW: after now). Stops at the ends of the range;
 // DISPATCH_TIME_FOREVER stays what it is.

@@ -9,12 +9,12 @@
 // - It is remembered, and the kernel's scheduler is not told: here real time takes a privilege.
 #pragma once
 
+#include <mach/boolean.h>
 #include <mach/kern_return.h>
 #include <mach/port.h>
 
 #include <stdint.h>
 
-typedef int boolean_t;
 typedef natural_t thread_policy_flavor_t;
 typedef integer_t* thread_policy_t;
 typedef natural_t mach_msg_type_number_t;

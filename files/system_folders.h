@@ -13,4 +13,7 @@ bool GetTempFolder(char* szOut) noexcept;
 bool GetUserDataFolderApp(char* szOut) noexcept;
 bool GetUserDataFolderAppSubFolder(char* szOut, char const* szSubFolder) noexcept;
 
+// The user's Application Support folder itself, which is not made here: false when its path can't be had.
+bool FindUserDataFolder(char* szOut) noexcept;
+
 } // namespace LFile

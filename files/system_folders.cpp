@@ -1,4 +1,4 @@
-#include "files/special_folders.h"
+#include "files/system_folders.h"
 
 #include "base/cf_ref.h"
 #include "files/folder.h"
@@ -43,13 +43,17 @@ bool LFile::GetTempFolder(char* szOut) noexcept {
     return GetUserFolder(szOut, NSCachesDirectory, "Library/Caches") && Ensure(szOut);
 }
 
+bool LFile::FindUserDataFolder(char* szOut) noexcept {
+    return GetUserFolder(szOut, NSApplicationSupportDirectory, "Library/Application Support");
+}
+
 bool LFile::GetUserDataFolderApp(char* szOut) noexcept {
     return GetUserDataFolderAppSubFolder(szOut, "");
 }
 
 bool LFile::GetUserDataFolderAppSubFolder(char* szOut, char const* szSubFolder) noexcept {
     char szProduct[kLNameSize];
-    bool const bFound = GetUserFolder(szProduct, NSApplicationSupportDirectory, "Library/Application Support") &&
+    bool const bFound = FindUserDataFolder(szProduct) &&
                         _MakeFilePath(szProduct, szProduct, kProductFolder, "") < static_cast<int>(kLNameSize) &&
                         _MakeFilePath(szOut, szProduct, szSubFolder, "") < static_cast<int>(kLNameSize);
     if (!bFound) {

@@ -1,0 +1,4 @@
+// Stands in for <mach/boolean.h>.
+#pragma once
+
+typedef int boolean_t;
