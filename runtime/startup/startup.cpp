@@ -1,6 +1,9 @@
 // What is set up when the bundle is loaded, before any other code of it runs, and taken down when it is unloaded or the
 // process ends. The order of the rows is the order; the clean-ups run in the reverse order. All that the rows touch is
 // constant-initialised, so the order of other static initialisers does not matter.
+#include "runtime/diagnostics/debug_thread.h"
+#include "runtime/diagnostics/exception_handler_installer.h"
+#include "runtime/diagnostics/hang_detector.h"
 #include "xpc/client_manager.h"
 #include "xpc/helperlink/helper_keys.h"
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
@@ -18,10 +21,34 @@ void ForgetEndPoint() noexcept {
     LVADPluginXPCClient::GetInstance()->ForgetEndPoint();
 }
 
+void StartHangDetector() noexcept {
+    gLHangDetector->emplace();
+}
+void EndHangDetector() noexcept {
+    gLHangDetector->reset();
+}
+
+void StartDebugThreads() noexcept {
+    loDebugThreads.Create();
+}
+void EndDebugThreads() noexcept {
+    loDebugThreads.Destroy();
+}
+
+void StartExceptionHandler() noexcept {
+    gLExceptionHandlerInstaller->emplace();
+}
+void EndExceptionHandler() noexcept {
+    gLExceptionHandlerInstaller->reset();
+}
+
 constexpr Step kSteps[] = {
     {LVADFillHelperKeys, ForgetEndPoint},
     {LXPCClientManager::StartList, LXPCClientManager::EndList},
     {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex},
+    {StartHangDetector, EndHangDetector},
+    {StartDebugThreads, EndDebugThreads},
+    {StartExceptionHandler, EndExceptionHandler},
 };
 
 // Construction is the load, destruction the unload.

@@ -1,8 +1,28 @@
+#include "platform/testing/ports.h"
+#include "tests/harness/child_process.h"
+#include "tests/harness/faults.h"
+#include "tests/harness/leak_check.h"
+#include "tests/harness/temporary_folder.h"
 #include "tests/xpc/recording_sink.h"
 #include "xpc/helperlink/helper_keys.h"
 
+#include <atomic>
+#include <csetjmp>
+#include <csignal>
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -20,7 +40,158 @@ struct Bundle {
     void* const pBundle;
 };
 
+enum class With { Nothing, Bundle, BundleOfThePast };
+
+// How a process ends that does this, with the bundle loaded or not.
+int StatusOf(void (*pDo)(), With nWith) {
+    ChildProcess oChild([&](auto const&) {
+        dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // a sanitizer's report
+        std::optional<Bundle> oBundle;
+        if (nWith != With::Nothing)
+            oBundle.emplace();
+        while (nWith == With::Bundle && PlatformReceivers() == 0) // so that each fault finds the thread there
+            std::this_thread::yield();
+        if (nWith == With::BundleOfThePast)
+            oBundle.reset();
+        pDo();
+        return 0;
+    });
+    return oChild.WaitStatus();
+}
+
+void OnAlternateStack(void (*pDo)()) {
+    static char arStack[1 << 16];
+    stack_t const oStack{arStack, 0, sizeof arStack};
+    sigaltstack(&oStack, nullptr);
+    pDo();
+}
+
+template <void (*pDo)()>
+void OnAThread() {
+    std::thread(pDo).join();
+}
+
+template <void (*pDo)()>
+void OnTwoThreads() {
+    static std::atomic<int> nThere{0};
+    auto const oTogether = [] {
+        for (++nThere; nThere < 2;)
+            ;
+        pDo();
+    };
+    std::thread oOther(oTogether);
+    oTogether();
+    oOther.join();
+}
+
+void SetHandler(int nSignal, void (*pHandler)(int, siginfo_t*, void*), int nFlags = 0) {
+    struct sigaction oAction {};
+    oAction.sa_sigaction = pHandler;
+    oAction.sa_flags = SA_SIGINFO | nFlags;
+    sigaction(nSignal, &oAction, nullptr);
+}
+
+sigjmp_buf gBack;
+
+// A host that lives with its faults, the second as the first.
+void Recover() {
+    SetHandler(SIGSEGV, [](int, siginfo_t* pInfo, void*) {
+        siglongjmp(gBack, pInfo->si_addr == reinterpret_cast<void*>(16) ? 1 : 9);
+    });
+    for (int n = 0; n < 2; ++n)
+        if (int const nHow = sigsetjmp(gBack, 1); nHow == 0)
+            FaultUnmapped();
+        else if (nHow != 1)
+            _exit(9);
+    _exit(5);
+}
+
+// A host that hands on what it replaced.
+struct sigaction gReplaced;
+void HandOn(int nSignal) {
+    struct sigaction oAction {};
+    oAction.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    oAction.sa_sigaction = [](int nSent, siginfo_t* pInfo, void* pContext) {
+        if (gReplaced.sa_flags & SA_SIGINFO)
+            gReplaced.sa_sigaction(nSent, pInfo, pContext);
+        else
+            signal(nSent, SIG_DFL);
+    };
+    sigaction(nSignal, &oAction, &gReplaced);
+}
+
+// Its handler is over ours of the first load, and under ours of the second.
+template <void (*pDo)()>
+void HandOnAcrossLoads() {
+    signal(SIGFPE, SIG_DFL);
+    std::optional<Bundle> oBundle(std::in_place);
+    HandOn(SIGFPE);
+    oBundle.reset();
+    oBundle.emplace();
+    pDo();
+}
+
+// On the bundle's own thread, as no other takes the signal.
+void ExitOnHandlerThread() {
+    SetHandler(SIGSEGV, [](int, siginfo_t*, void*) { std::exit(12); });
+    sigset_t oBlocked;
+    sigfillset(&oBlocked);
+    pthread_sigmask(SIG_SETMASK, &oBlocked, nullptr);
+    kill(getpid(), SIGSEGV);
+    for (;;)
+        pause();
+}
+
+// Signals that were only sent, with the default, an ignoring and a counting host.
+void SendToDefault() {
+    raise(SIGFPE);
+}
+void SendToIgnoring() {
+    signal(SIGSEGV, SIG_IGN);
+    kill(getpid(), SIGSEGV);
+    _exit(6);
+}
+
+// The child inherits the dispositions, but not the thread.
+void FaultInFork() {
+    pid_t const nChild = fork();
+    if (nChild == 0) {
+        FaultUnmapped();
+        _exit(0);
+    }
+    int nStatus = 0;
+    waitpid(nChild, &nStatus, 0);
+    _exit(WIFSIGNALED(nStatus) ? 100 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus));
+}
+
+// Runs the bundle's clean-ups without the bundle's thread.
+void ExitInFork() {
+    pid_t const nChild = fork();
+    if (nChild == 0)
+        std::exit(7);
+    int nStatus = 0;
+    waitpid(nChild, &nStatus, 0);
+    _exit(WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 99);
+}
+
+// The kernel's own words on the four signals.
+std::string Dispositions() {
+    std::string szAll;
+    for (int const nSignal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
+        char arNow[32]{};
+        syscall(SYS_rt_sigaction, nSignal, nullptr, arNow, 8);
+        szAll.append(arNow, sizeof arNow);
+    }
+    return szAll;
+}
+
 } // namespace
+
+// Hosts here end the process in a signal's handler, on any thread and with others running; the thread sanitizer would
+// put a status of its own in place of theirs.
+extern "C" [[gnu::visibility("default")]] char const* __tsan_default_options() {
+    return "report_thread_leaks=0:report_signal_unsafe=0";
+}
 
 TEST(Startup, FillsTheKeyTablesAndTheRegistryBeforeAnyCall) {
     Bundle oBundle;
@@ -37,4 +208,90 @@ TEST(Startup, FillsTheKeyTablesAndTheRegistryBeforeAnyCall) {
                           "LOAD_DRIVER_REPLY:1 START_RECORDING:1 STOP_RECORDING:1 VOLUME_CHANGED:4 ");
     RecordingSink oSink;
     EXPECT_EQ(oBundle.Find<int(LXPCClientEventNotify*)>("BundleCreateClient")(&oSink), 1);
+}
+
+TEST(Startup, LeavesEveryEndOfTheProcessAsItIsWithoutTheBundle) {
+    struct {
+        char const* szWhat;
+        void (*pDo)();
+    } const arRows[] = {
+        {"no page", FaultUnmapped},
+        {"no address", FaultNonCanonical},
+        {"read-only page", FaultReadOnly},
+        {"beyond a file", FaultBeyondFile},
+        {"instruction", FaultInstruction},
+        {"division", FaultDivision},
+        {"stack", FaultStack},
+        {"stack, with another to stand on", [] { OnAlternateStack(FaultStack); }},
+        {"on a thread", OnAThread<FaultUnmapped>},
+        {"on a thread, division", OnAThread<FaultDivision>},
+        {"on a thread, stack", OnAThread<FaultStack>},
+        {"on two at once", OnTwoThreads<FaultUnmapped>},
+        {"on two at once, instruction", OnTwoThreads<FaultInstruction>},
+        {"sent", SendToDefault},
+        {"sent and ignored", SendToIgnoring},
+        {"ignored", [] { signal(SIGSEGV, SIG_IGN), FaultUnmapped(); }},
+        {"recovered from", Recover},
+        {"handed on", [] { HandOn(SIGSEGV), FaultUnmapped(); }},
+        {"in a forked child", FaultInFork},
+        {"exit in a forked child", ExitInFork},
+    };
+    for (auto const& oRow : arRows) {
+        int const nPlain = StatusOf(oRow.pDo, With::Nothing);
+        EXPECT_NE(nPlain, 0) << oRow.szWhat;
+        EXPECT_EQ(StatusOf(oRow.pDo, With::Bundle), nPlain) << oRow.szWhat;
+        EXPECT_EQ(StatusOf(oRow.pDo, With::BundleOfThePast), nPlain) << oRow.szWhat;
+    }
+    for (auto const pDo : {HandOnAcrossLoads<FaultDivision>, HandOnAcrossLoads<SendToDefault>})
+        EXPECT_EQ(StatusOf(pDo, With::Nothing), SIGFPE);
+    EXPECT_EQ(WEXITSTATUS(StatusOf(ExitOnHandlerThread, With::Bundle)), 12);
+    // A host that was there first, and recovers.
+    for (With const nWith : {With::Nothing, With::Bundle}) {
+        SetHandler(
+            SIGSEGV, [](int, siginfo_t*, void*) { _exit(8); }, SA_NODEFER);
+        for (auto const pDo : {FaultUnmapped, +[] { raise(SIGSEGV), _exit(0); }})
+            EXPECT_EQ(WEXITSTATUS(StatusOf(pDo, nWith)), 8);
+        signal(SIGSEGV, SIG_DFL);
+    }
+}
+
+TEST(Startup, LeavesNothingBehindAHundredTimes) {
+    TemporaryFolder const oHome;
+    setenv("HOME", oHome.Path().c_str(), 1);
+    setenv("LOGNAME", "alice", 1);
+    unsetenv("XDG_CACHE_HOME");
+    auto const Files = [&] {
+        std::vector<std::string> lFiles;
+        for (auto const& oEntry : fs::recursive_directory_iterator(oHome.Path()))
+            if (oEntry.is_regular_file())
+                lFiles.push_back(oEntry.path());
+        return lFiles;
+    };
+    std::string const szBefore = Dispositions();
+    ProcessCounts oBefore;
+    for (int n = 0; n < 100; ++n) {
+        {
+            Bundle oBundle;
+            EXPECT_NE(Dispositions(), szBefore);
+            EXPECT_EQ(PlatformPorts(), 1);
+            EXPECT_TRUE(Files().empty());
+        }
+        EXPECT_EQ(Dispositions(), szBefore);
+        EXPECT_EQ(PlatformPorts(), 0);
+        ProcessCounts const oNow = ProcessCounts::Now(); // the thread has been joined: no waiting for it to go
+        if (n == 0)
+            oBefore = oNow;
+        EXPECT_LE(oNow.nThreads, oBefore.nThreads);
+        EXPECT_EQ(oNow.lDescriptors, oBefore.lDescriptors);
+    }
+    // The run-lock file goes, whoever made it; a handler that somebody has set meanwhile stays.
+    fs::path const oRunLock = oHome / "Library/Caches/_LumoraVADPlugin_rl_alice";
+    {
+        Bundle oBundle;
+        std::ofstream(oRunLock) << "somebody's";
+        ASSERT_TRUE(fs::exists(oRunLock));
+        signal(SIGILL, SIG_IGN);
+    }
+    EXPECT_FALSE(fs::exists(oRunLock));
+    EXPECT_EQ(signal(SIGILL, SIG_DFL), SIG_IGN);
 }
