@@ -16,7 +16,8 @@ constexpr char kAbout[] =
     "Plays audio to the Lumora virtual device and records what arrives at the other end.\n"
     "\n"
     "Exit status: 0 success; 1 the recording is not what was played; 2 wrong usage; 3 an input can't be\n"
-    "played; 4 the recording can't be written; 5 the bundle, the helper or the service folder can't be used.\n";
+    "played, or a setting can't be read; 4 the recording or a setting can't be written; 5 the bundle, the\n"
+    "helper or the service folder can't be used.\n";
 
 // The name of the subcommand, so that a line among the output of several roles says whose it is.
 std::string NameOf(int nArguments, char** ppArguments) {
@@ -49,6 +50,7 @@ int Run(int nArguments, char** ppArguments) {
     AddHelperCommand(oApp, oContext);
     AddRecorderCommand(oApp, oContext);
     AddInspectCommand(oApp, oContext);
+    AddSettingsCommand(oApp, oContext);
     try {
         RefuseUnknownCommand(oApp, nArguments, ppArguments);
         oApp.parse(nArguments, ppArguments);

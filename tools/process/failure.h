@@ -9,8 +9,8 @@ enum class ExitCode : int {
     Success = 0,
     Recording = 1, // something was lost, or the recording is not what was played
     Usage = 2,     // the command line
-    Input = 3,     // a source can't be read or played
-    Output = 4,    // the recording can't be written
+    Input = 3,     // a source can't be read or played; there is no such setting, or it can't be read
+    Output = 4,    // the recording or a setting can't be written
     Service = 5,   // the bundle, the helper or the service folder can't be used
 };
 

@@ -16,3 +16,4 @@ void AddHelperCommand(CLI::App& oApp, CommandContext& oContext);
 void AddRecorderCommand(CLI::App& oApp, CommandContext& oContext);
 void AddServerCommand(CLI::App& oApp, CommandContext& oContext);
 void AddInspectCommand(CLI::App& oApp, CommandContext& oContext);
+void AddSettingsCommand(CLI::App& oApp, CommandContext& oContext);

@@ -1,0 +1,127 @@
+#include "tools/settings/settings_command.h"
+
+#include "tools/process/failure.h"
+#include "tools/settings/typed_value.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <thread>
+
+namespace {
+
+// Programs read a file for a moment, and a change that meets them is lost: it is made again until it is there.
+constexpr int kMostAttempts = 20;
+constexpr std::chrono::milliseconds kBetweenAttempts(50);
+
+std::string NameOf(SettingsOptions const& oOptions) {
+    return *oOptions.szSection + (oOptions.szItem ? "/" + *oOptions.szItem : "");
+}
+
+std::unique_ptr<SettingsStore> Open(SettingsOptions const& oOptions) {
+    auto pStore = OpenSettings(oOptions.nPlace);
+    if (oOptions.szSection)
+        pStore->CheckSection(*oOptions.szSection);
+    if (oOptions.szItem)
+        pStore->CheckItem(*oOptions.szItem);
+    return pStore;
+}
+
+void WarnOfDamage(SettingsStore const& oStore) {
+    if (std::string const szDamage = oStore.Damage(); !szDamage.empty())
+        std::fprintf(stderr, "lumora settings: %s is read only as far as it is right: %s\n", oStore.Where().c_str(),
+                     szDamage.c_str());
+}
+
+void RefuseDamage(SettingsStore const& oStore, bool bForce) {
+    if (std::string const szDamage = oStore.Damage(); !szDamage.empty() && !bForce)
+        throw Failure(ExitCode::Input, oStore.Where() + " is not as it should be, and a change would drop what can't " +
+                                           "be read: " + szDamage + "\nRepair the file, or say --force.");
+}
+
+void Change(SettingsStore& oStore, std::function<bool()> const& Do, std::function<bool()> const& IsDone) {
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on files is to be a file that can't be written
+    for (int n = 0; n < kMostAttempts; ++n) {
+        if (n > 0)
+            std::this_thread::sleep_for(kBetweenAttempts);
+        if (Do() && IsDone())
+            return;
+    }
+    throw Failure(ExitCode::Output,
+                  "the change did not arrive in " + oStore.Where() + ": " + oStore.WhyNotWritten() + ".");
+}
+
+[[noreturn]] void SayThatThereIsNone(SettingsStore const& oStore, SettingsOptions const& oOptions) {
+    std::string szHint;
+    if (oOptions.szItem && oStore.Get(*oOptions.szSection, *oOptions.szItem, !oOptions.bPassword))
+        szHint = oOptions.bPassword ? " There is a plain value: leave --password out."
+                                    : " There is a password: say --password to see it.";
+    throw Failure(ExitCode::Input, std::string("there is no ") + (oOptions.bPassword ? "password " : "setting ") +
+                                       NameOf(oOptions) + " in " + oStore.Where() + "." + szHint);
+}
+
+// One line, whatever is in it.
+std::string OneLine(std::string const& szValue) {
+    std::string szLine;
+    for (char const c : szValue) {
+        char szCode[8];
+        std::snprintf(szCode, sizeof szCode, "\\x%02X", static_cast<unsigned char>(c));
+        bool const bControl = (c >= 0 && c < ' ') || c == '\x7F';
+        szLine += c == '\\' ? "\\\\" : c == '\n' ? "\\n" : c == '\t' ? "\\t" : bControl ? szCode : std::string(1, c);
+    }
+    return szLine;
+}
+
+} // namespace
+
+int RunSettingsGet(SettingsOptions const& oOptions) {
+    auto const pStore = Open(oOptions);
+    WarnOfDamage(*pStore);
+    auto const szValue = pStore->Get(*oOptions.szSection, *oOptions.szItem, oOptions.bPassword);
+    if (!szValue)
+        SayThatThereIsNone(*pStore, oOptions);
+    std::printf("%s\n", szValue->c_str());
+    return static_cast<int>(ExitCode::Success);
+}
+
+int RunSettingsList(SettingsOptions const& oOptions) {
+    auto const pStore = Open(oOptions);
+    WarnOfDamage(*pStore);
+    if (oOptions.szSection && !pStore->Has(*oOptions.szSection, std::nullopt))
+        SayThatThereIsNone(*pStore, oOptions);
+    for (Setting const& oSetting : pStore->List())
+        if (!oOptions.szSection || oSetting.szSection == *oOptions.szSection)
+            std::printf("%s/%s%s = %s\n", OneLine(oSetting.szSection).c_str(), OneLine(oSetting.szItem).c_str(),
+                        oSetting.bPassword ? " (password)" : "",
+                        oSetting.bPassword && !oOptions.bPassword ? "********" : OneLine(oSetting.szValue).c_str());
+    return static_cast<int>(ExitCode::Success);
+}
+
+int RunSettingsSet(SettingsOptions const& oOptions) {
+    auto const pStore = Open(oOptions);
+    Setting oSetting{*oOptions.szSection, *oOptions.szItem, "", oOptions.bPassword};
+    RefuseDamage(*pStore, oOptions.bForce);
+    oSetting.szValue = oOptions.szValue
+                           ? *oOptions.szValue
+                           : ReadTypedValue((oOptions.bPassword ? "Password " : "Value of ") + NameOf(oOptions) + ": ",
+                                            oOptions.bPassword);
+    if (!oSetting.bPassword)
+        pStore->CheckValue(oSetting.szValue);
+    RefuseDamage(*pStore, oOptions.bForce); // somebody may have taken a while to type
+    Change(
+        *pStore, [&] { return pStore->Set(oSetting); },
+        [&] { return pStore->Get(oSetting.szSection, oSetting.szItem, oSetting.bPassword) == oSetting.szValue; });
+    return static_cast<int>(ExitCode::Success);
+}
+
+int RunSettingsDelete(SettingsOptions const& oOptions) {
+    auto const pStore = Open(oOptions);
+    RefuseDamage(*pStore, oOptions.bForce);
+    if (!pStore->Has(*oOptions.szSection, oOptions.szItem))
+        SayThatThereIsNone(*pStore, oOptions);
+    Change(
+        *pStore, [&] { return pStore->Delete(*oOptions.szSection, oOptions.szItem); },
+        [&] { return !pStore->Has(*oOptions.szSection, oOptions.szItem); });
+    return static_cast<int>(ExitCode::Success);
+}

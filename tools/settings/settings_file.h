@@ -1,0 +1,31 @@
+// A settings file as a store.
+#pragma once
+
+#include "tools/settings/settings_store.h"
+
+class LXMLDocument;
+
+class SettingsFile : public SettingsStore {
+public:
+    explicit SettingsFile(std::string szFilePath) : szPath(std::move(szFilePath)) {}
+
+    std::string Where() const override { return szPath; }
+    void CheckSection(std::string const& szSection) const override;
+    void CheckItem(std::string const& szItem) const override;
+    void CheckValue(std::string const& szValue) const override;
+    std::string Damage() const override;
+    std::string WhyNotWritten() const override;
+    std::vector<Setting> List() const override;
+    bool Has(std::string const& szSection, std::optional<std::string> const& szItem) const override;
+    bool Set(Setting const& oSetting) override;
+    bool Delete(std::string const& szSection, std::optional<std::string> const& szItem) override;
+
+private:
+    // Returns what is wrong with the file's text, "" for nothing. Throws when there is a file that can't be read: it is
+    // not to be taken for an empty one, and then written as that.
+    std::string Read(LXMLDocument& oDocument) const;
+    // A file that a full disk cuts short gets back what was in it.
+    void Write(LXMLDocument const& oDocument) const;
+
+    std::string szPath;
+};
