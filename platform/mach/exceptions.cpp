@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <ctime>
 #include <linux/futex.h>
-#include <mutex>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -142,6 +141,10 @@ void Fill(__Request__mach_exception_raise_t& request, Fault const& fault) noexce
 }
 
 } // namespace
+
+std::mutex& ExceptionsMutex() noexcept {
+    return gMutex;
+}
 
 ReceiverMark::ReceiverMark() noexcept {
     gIsReceiving = true;

@@ -3,6 +3,8 @@
 
 #include <mach/mach_exc.h>
 
+#include <mutex>
+
 namespace platform {
 
 // While one is there and has not ended, its thread waits for messages: a fault that happens to it then (a signal
@@ -26,5 +28,7 @@ bool AnswerException(mach_port_name_t reply, kern_return_t result) noexcept;
 
 // The port has died: what it was set for goes where it went before.
 void ForgetExceptionPort(mach_port_name_t port) noexcept;
+
+std::mutex& ExceptionsMutex() noexcept; // for a fork
 
 } // namespace platform

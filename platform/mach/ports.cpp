@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <new>
 
 namespace platform {
@@ -69,6 +68,10 @@ void Kill(Port& port) {
 }
 
 } // namespace
+
+std::mutex& PortsMutex() noexcept {
+    return gMutex;
+}
 
 mach_port_name_t NewPortName() noexcept {
     constexpr mach_port_name_t kFirst = 0x303, kStep = 0x100;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <list>
 #include <memory>
+#include <mutex>
 #include <semaphore.h>
 #include <vector>
 
@@ -55,5 +56,7 @@ std::vector<char> PopMessage(Port& port, mach_port_name_t at);
 
 // Gives back one reference that is no thread's: KERN_INVALID_NAME where the name is no port of the task's own.
 kern_return_t ReleaseSendRight(mach_port_name_t at);
+
+std::mutex& PortsMutex() noexcept; // for a fork
 
 } // namespace platform

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <pthread.h>
 #include <unistd.h>
@@ -107,6 +106,10 @@ mach_port_name_t platform::OwnThreadName() noexcept {
     if (ownName == MACH_PORT_NULL)
         ownName = NewPortName();
     return ownName;
+}
+
+std::mutex& platform::ThreadPortsMutex() noexcept {
+    return Registry::Get().mutex;
 }
 
 int PlatformThreadPortReferences() {

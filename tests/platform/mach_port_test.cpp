@@ -1,20 +1,20 @@
 #include "platform/testing/ports.h"
 #include "tests/harness/child_process.h"
 #include "tests/harness/faults.h"
+#include "tests/harness/thread_state.h"
 
 #include <atomic>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <limits>
 #include <mach/mach_exc.h>
 #include <mach/mach_port.h>
 #include <mach/task.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -73,15 +73,6 @@ mach_msg_return_t Answer(__Request__mach_exception_raise_t const& request, kern_
 void AwaitReceiver() {
     while (PlatformReceivers() == 0)
         std::this_thread::yield();
-}
-
-// Until the thread sleeps. Before that the thread sanitizer would put a signal off, to the end of its wait if need be.
-void AwaitSleep(std::atomic<pid_t> const& thread) {
-    char state = 0;
-    while (state != 'S') {
-        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
-        stat.ignore(std::numeric_limits<std::streamsize>::max(), ')') >> state;
-    }
 }
 
 // All that the kernel says of the four signals, without what the C library makes of it.
@@ -202,6 +193,32 @@ TEST(MachPort, LetsAWaitingThreadGoWhenItIsCancelledInterruptedOrThePortDies) {
     signal(SIGUSR1, SIG_DFL);
 }
 
+TEST(MachPort, AreNotLockedInAForkedChild) {
+    auto const UseAll = [] {
+        TestPort const port;
+        port.SetForExceptions();
+        mach_port_deallocate(mach_task_self(), mach_thread_self());
+    };
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        while (!done)
+            UseAll();
+    });
+    int status = 0;
+    for (int n = 0; n < 100 && status == 0; ++n) {
+        pid_t const child = fork();
+        if (child == 0) {
+            alarm(60); // it would wait for good
+            UseAll();
+            _exit(testing::Test::HasFailure());
+        }
+        waitpid(child, &status, 0);
+    }
+    EXPECT_EQ(status, 0);
+    done = true;
+    other.join();
+}
+
 TEST(ExceptionPort, LetsTheThreadGoOnWhenTheReceiverHasMendedTheFault) {
     std::string const before = Dispositions();
     TestPort port;
@@ -315,13 +332,9 @@ TEST(ExceptionPort, EndsTheProcessAsItWouldHaveEndedHoweverTheReceiverFails) {
             if (set)
                 port.SetForExceptions();
             signal(SIGUSR1, [](int) { FaultUnmapped(); });
-            std::atomic<pid_t> id{0};
-            std::thread receiver([&] {
-                id = gettid();
-                Buffer{}.Receive(port.name);
-            });
+            std::thread receiver([&] { Buffer{}.Receive(port.name); });
             AwaitReceiver();
-            AwaitSleep(id);
+            AwaitOthersAsleep();
             pthread_kill(receiver.native_handle(), SIGUSR1);
             receiver.join();
         });
