@@ -4,9 +4,9 @@
 #include "tests/harness/temporary_folder.h"
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -53,7 +53,11 @@ protected:
 
 TEST_F(HangDetector, MakesOneFileARunAndDeletesTheOneOfARunThatIsGone) {
     EXPECT_FALSE(IsThere()); // the path only
-    auto const nBegin = static_cast<std::uint64_t>(std::time(nullptr));
+    // Not std::time, whose clock is a few milliseconds late.
+    auto const Seconds = [] {
+        return static_cast<std::uint64_t>(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
+    };
+    auto const nBegin = Seconds();
     LDebugHangDetectorInit(nullptr);
     ASSERT_TRUE(IsThere());
     EXPECT_TRUE(IsHeld());
@@ -61,7 +65,7 @@ TEST_F(HangDetector, MakesOneFileARunAndDeletesTheOneOfARunThatIsGone) {
     std::ifstream(Find(kFile), std::ios::binary).read(reinterpret_cast<char*>(arRecord), sizeof arRecord);
     EXPECT_EQ(fs::file_size(Find(kFile)), 16u);
     EXPECT_GE(arRecord[0], nBegin);
-    EXPECT_LE(arRecord[0], static_cast<std::uint64_t>(std::time(nullptr)));
+    EXPECT_LE(arRecord[0], Seconds());
     EXPECT_LT(static_cast<std::uint32_t>(arRecord[1] - arRecord[0] * 1000), 1000u);
     EXPECT_EQ(arRecord[1] >> 32, 0u);
     EXPECT_EQ(ChildProcess([this](auto const&) { // closed in a program that the process starts
