@@ -1,16 +1,13 @@
 // The costs of describing a failure: its identification, and the search for the newest report among many.
 #include "bench/measure.h"
+#include "platform/testing/user_home.h"
 #include "runtime/diagnostics/crash_report.h"
 #include "runtime/diagnostics/debug_thread.h"
 #include "runtime/diagnostics/xi_string.h"
 
-#include <pwd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,8 +15,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string szHome; // what the password database has for the user
 
 double TimeMs(auto const& oWork) {
     uint64_t const nBefore = NowNs();
@@ -63,7 +58,7 @@ Row Search(fs::path const& oFolder, bool bOurs, int nRounds) {
     std::string const szPath = bOurs ? fs::read_symlink("/proc/self/exe").string() : "/elsewhere/program";
     for (int n = 0; n < 1000; ++n)
         std::ofstream(oReports / ("LumoraVADPlugin_" + std::to_string(n) + ".crash")) << Report(n, szPath);
-    szHome = oFolder;
+    PlatformSetUserHome(oFolder);
     // All five keys have to be there, which is five runs or one that counts; one that stops at the first is the
     // quicker.
     std::string const szGrep = std::string("grep ") + (bOurs ? "-l" : "-c") +
@@ -87,18 +82,6 @@ Row Search(fs::path const& oFolder, bool bOurs, int nRounds) {
 }
 
 } // namespace
-
-extern "C" int getpwuid_r(uid_t nUser, passwd* pUser, char* pText, size_t nSize, passwd** ppFound) {
-    *ppFound = nullptr;
-    if (szHome.size() >= nSize)
-        return ERANGE;
-    *pUser = {};
-    pUser->pw_uid = nUser;
-    pUser->pw_dir = pText;
-    std::memcpy(pText, szHome.c_str(), szHome.size() + 1);
-    *ppFound = pUser;
-    return 0;
-}
 
 int main(int nArguments, char** ppArguments) {
     bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";

@@ -84,7 +84,7 @@ bool LFile::MakeNonSandboxedFilePath(char* szOut, char const* szPath) noexcept {
 bool LFile::GetUserFolderNonSandboxed(char* szOut) noexcept {
     passwd oUser;
     passwd* pFound = nullptr;
-    char sz[4096]; // the user's line
+    char sz[4096]; // the texts of the user's entry
     *szOut = '\0';
     return getpwuid_r(getuid(), &oUser, sz, sizeof sz, &pFound) == 0 && pFound && Give(szOut, "", oUser.pw_dir);
 }

@@ -14,7 +14,7 @@ std::string HomeFolder() {
             return szHome;
     passwd oUser;
     passwd* pFound = nullptr;
-    char sz[4096];
+    char sz[4096]; // the texts of the user's entry
     return getpwuid_r(getuid(), &oUser, sz, sizeof sz, &pFound) == 0 && pFound ? pFound->pw_dir : "/";
 }
 

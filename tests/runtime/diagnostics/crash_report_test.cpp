@@ -1,33 +1,15 @@
+#include "platform/testing/user_home.h"
 #include "runtime/diagnostics/crash_report.h"
 #include "tests/harness/lock_holder.h"
 #include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <pwd.h>
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
-
-namespace {
-std::string gHome; // what the password database has for the user
-}
-
-extern "C" int getpwuid_r(uid_t nUser, passwd* pUser, char* pText, size_t nSize, passwd** ppFound) {
-    *ppFound = nullptr;
-    if (gHome.size() >= nSize)
-        return ERANGE;
-    *pUser = {};
-    pUser->pw_uid = nUser;
-    pUser->pw_dir = pText;
-    std::memcpy(pText, gHome.c_str(), gHome.size() + 1);
-    *ppFound = pUser;
-    return 0;
-}
 
 namespace {
 
@@ -35,9 +17,10 @@ namespace fs = std::filesystem;
 
 struct CrashReport : testing::Test {
     CrashReport() {
-        gHome = oHome.Path();
+        PlatformSetUserHome(oHome.Path());
         fs::create_directories(oHome.Path(kFolder));
     }
+    ~CrashReport() override { PlatformSetUserHome(""); }
 
     // The five lines of a report of this very program; `szLine` takes the place of the one that has its key.
     static std::string Text(std::string const& szDate, std::string const& szLine = "", std::string const& szMore = "") {
@@ -143,7 +126,7 @@ TEST_F(CrashReport, PassesOverWhatCantBeRead) {
     }
     LockHolder const oHolder(szNewer, LOCK_SH);
     EXPECT_EQ(Found(), "LumoraVADPlugin.crash");
-    gHome = std::string(250, 'h');
+    PlatformSetUserHome(std::string(250, 'h'));
     EXPECT_EQ(Found(), "");
 }
 
