@@ -35,10 +35,10 @@ bool MakeFolders(std::string const& szFolder, mode_t nMode) {
 std::optional<std::string> ReadAll(int hFile) {
     std::string szBytes;
     char sz[16384];
-    for (ssize_t nRead; (nRead = read(hFile, sz, sizeof sz)) != 0;) {
+    for (ssize_t nRead; (nRead = read(hFile, sz, sizeof sz)) != 0;) { // it may grow while it is read
         if (nRead < 0 && errno == EINTR)
             continue;
-        if (nRead < 0)
+        if (nRead < 0 || szBytes.size() + static_cast<size_t>(nRead) > kLargestPreferenceFile)
             return std::nullopt;
         szBytes.append(sz, static_cast<size_t>(nRead));
     }
@@ -109,7 +109,10 @@ void Store(Preferences& lTo, CFStringRef key, CFPropertyListRef value) {
 bool CanBeKept(CFStringRef key, CFPropertyListRef value) noexcept {
     auto const list = MakeDictionary();
     CFDictionarySetValue(list.Get(), key, value ? value : kCFBooleanTrue);
-    return CFPropertyListIsValid(list.Get(), kCFPropertyListXMLFormat_v1_0) && WriteXmlList(list.Get());
+    if (!CFPropertyListIsValid(list.Get(), kCFPropertyListXMLFormat_v1_0))
+        return false;
+    auto const szBytes = WriteXmlList(list.Get());
+    return szBytes && szBytes->size() <= kLargestPreferenceFile;
 }
 
 std::optional<Preferences> PreferenceFile::ReadIfChanged() noexcept {
@@ -126,7 +129,7 @@ std::optional<Preferences> PreferenceFile::ReadIfChanged() noexcept {
     eState = State::kFailed;
     Descriptor const oFile(open(szPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     // Of the file that was opened: the one that was looked at may have been replaced since.
-    if (!oFile.IsOpen() || fstat(oFile.Get(), &oStatus) != 0)
+    if (!oFile.IsOpen() || fstat(oFile.Get(), &oStatus) != 0 || !S_ISREG(oStatus.st_mode))
         return Preferences();
     oIdentity = FileIdentity(oStatus);
     auto const szBytes = ReadAll(oFile.Get());
@@ -185,7 +188,7 @@ bool PreferenceFile::Replace(Preferences const& lValues, WriteLock const& oLock)
     auto const szBytes = ToBytes(lValues);
     std::string const szNew = szPath + ".new"; // under the lock nobody else writes it
     FileIdentity oWritten;
-    if (!szBytes)
+    if (!szBytes || szBytes->size() > kLargestPreferenceFile)
         return false;
     if (!WriteNew(szNew, *szBytes, oWritten) || (eState == State::kDamaged && !SetAside()) ||
         std::rename(szNew.c_str(), szPath.c_str()) != 0) {

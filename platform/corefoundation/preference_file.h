@@ -20,6 +20,9 @@ struct Preference {
     Held<CFPropertyListRef> value; // null in a list of changes: removed
 };
 
+// More is neither read nor written: whatever lies in a file's place, it takes no more memory than that allows.
+inline constexpr size_t kLargestPreferenceFile = 16 << 20;
+
 // By the units of the key, which the entry holds.
 using Preferences = std::map<std::u16string_view, Preference>;
 
@@ -52,7 +55,7 @@ public:
         kAbsent,
         kRead,
         kDamaged, // read, and no property list with a dictionary at its top
-        kFailed,  // there, and can't be read
+        kFailed,  // there, and can't be read, or too large, or no file
     };
 
     // Files for every user are readable for every user.
@@ -62,6 +65,7 @@ public:
     // understood or can't be read are none.
     std::optional<Preferences> ReadIfChanged() noexcept;
     State Now() const noexcept { return eState; }
+    std::string const& Path() const noexcept { return szPath; }
 
     // Keeps other processes from writing in this folder, once it has made the folder.
     class WriteLock {

@@ -4,6 +4,7 @@
 #include "platform/corefoundation/string_object.h"
 #include "platform/foundation/home.h"
 #include "platform/foundation/text.h"
+#include "platform/host/preferences.h"
 #include "platform/testing/preferences.h"
 
 #include <CoreFoundation/CFPropertyList.h>
@@ -65,6 +66,12 @@ public:
         if (!lChanges.empty() && !WriteChanges())
             return false;
         return oFile.Now() != PreferenceFile::State::kFailed;
+    }
+
+    std::string DamagedFile() {
+        std::lock_guard const oLock(mtxDomain);
+        Refresh();
+        return oFile.Now() == PreferenceFile::State::kDamaged ? oFile.Path() : "";
     }
 
 private:
@@ -193,6 +200,11 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
 Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName, CFStringRef hostName) {
     Domain* const pDomain = Find(applicationID, userName, hostName);
     return pDomain && pDomain->Synchronize();
+}
+
+std::string DamagedPreferenceFile(CFStringRef applicationID, CFStringRef userName, CFStringRef hostName) {
+    Domain* const pDomain = Find(applicationID, userName, hostName);
+    return pDomain ? pDomain->DamagedFile() : "";
 }
 
 void PlatformForgetPreferences() {

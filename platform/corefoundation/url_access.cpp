@@ -29,11 +29,17 @@ private:
     int nDescriptor;
 };
 
+// What takes no end in the place of a file is not to take all memory.
+constexpr size_t kLargestFile = 256 << 20;
+
 // 0 or an errno number.
 int ReadWhole(std::string const& szPath, std::vector<UInt8>& lBytes) {
-    Descriptor const oFile(open(szPath.c_str(), O_RDONLY | O_CLOEXEC));
-    if (oFile.Get() < 0)
+    Descriptor const oFile(open(szPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // a pipe may have no other end
+    struct stat status;
+    if (oFile.Get() < 0 || fstat(oFile.Get(), &status) != 0)
         return errno;
+    if (!S_ISREG(status.st_mode))
+        return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
     constexpr size_t kChunk = 64 * 1024;
     for (;;) {
         size_t const nBefore = lBytes.size();
@@ -43,6 +49,8 @@ int ReadWhole(std::string const& szPath, std::vector<UInt8>& lBytes) {
         lBytes.resize(nBefore + static_cast<size_t>(std::max<ssize_t>(nRead, 0)));
         if (nRead == 0)
             return 0;
+        if (lBytes.size() > kLargestFile)
+            return EFBIG;
         if (nRead < 0 && nError != EINTR)
             return nError;
     }

@@ -233,9 +233,16 @@ TEST_F(PreferenceStore, SetsDamagedFilesAsideAndSparesThemAll) {
     Set(oHere, "goes", "1");
     EXPECT_TRUE(Synchronize(oHere));
     fs::rename(File("test.app.plist"), File("away"));
-    fs::create_directory(File("test.app.plist")); // what can't be read keeps the changes waiting, removals among them
-    Set(oHere, "comes", "2");
+    Set(oHere, "comes", "2"); // what can't be read keeps the changes waiting, removals among them
     Remove(oHere, "goes");
+    fs::create_directory(File("test.app.plist"));
+    EXPECT_FALSE(Synchronize(oHere));
+    fs::remove(File("test.app.plist"));
+    fs::create_symlink("/dev/zero", File("test.app.plist"));
+    EXPECT_FALSE(Synchronize(oHere));
+    fs::remove(File("test.app.plist"));
+    std::ofstream(File("test.app.plist")).close();
+    fs::resize_file(File("test.app.plist"), (16 << 20) + 1);
     EXPECT_FALSE(Synchronize(oHere));
     fs::remove(File("test.app.plist"));
     fs::rename(File("away"), File("test.app.plist"));

@@ -14,7 +14,8 @@
 //   kCFPreferencesAnyHost. Under any other name, and for an application id that can't be a file's name (empty, over 200
 //   bytes, a slash in it), nothing is found, nothing is set and synchronising fails.
 // - Only what an XML property list can hold is set: a value or a key with a text that it can't hold (a control
-//   character, half a surrogate pair) is left out, and the key stays as it was.
+//   character, half a surrogate pair) is left out, and the key stays as it was. A file holds at most 16 MiB: a value
+//   past that is left out, and synchronising fails with more than that together.
 // - Where several domains are searched on the OS (CFPreferencesCopyAppValue), nothing is declared here.
 #pragma once
 

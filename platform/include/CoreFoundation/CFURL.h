@@ -59,7 +59,8 @@ CFStringRef CFURLCreateStringByReplacingPercentEscapes(CFAllocatorRef allocator,
                                                        CFStringRef charactersToLeaveEscaped);
 
 // The whole file of a file URL, for the caller, through `data`. False, and an errno number through `errorCode` (may be
-// NULL), when it can't be read. `properties` and `desiredProperties` must be NULL.
+// NULL), when it can't be read: ENOTSUP for what is no file, EFBIG past 256 MiB. `properties` and `desiredProperties`
+// must be NULL.
 Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef allocator, CFURLRef url, CFDataRef* data,
                                                  CFDictionaryRef* properties, CFArrayRef desiredProperties,
                                                  SInt32* errorCode);
