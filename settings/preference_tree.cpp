@@ -40,7 +40,7 @@ bool CanBeStored(char const* szText) {
                         CFPropertyListCreateData(nullptr, oText.Get(), kCFPropertyListXMLFormat_v1_0, 0, nullptr));
 }
 
-// False when one of the new keys is too long.
+// False when one of the new keys is too long: as a whole, or for the section of an item, which nobody could read then.
 bool PlanMoves(CFStringRef pUser, char const* szKeyPath, char const* szNewKey, std::string_view szNewPath,
                std::vector<Move>& lMoves) {
     LKeyText const oPath(szKeyPath);
@@ -52,7 +52,7 @@ bool PlanMoves(CFStringRef pUser, char const* szKeyPath, char const* szNewKey, s
         char szTo[kLFullKeySize];
         char szRest[kMostBytesOfAUnit * kLFullKeySize];
         std::size_t const nRest = LCopyUTF8FromUnicode(szRest, sizeof szRest, szKey.substr(oPath.View().size()));
-        if (!LJoinKey(szTo, szNewPath, {szRest, nRest}))
+        if (!LJoinKey(szTo, szNewPath, {szRest, nRest}) || std::string_view(szTo).rfind('/') >= kLNameSize)
             return false;
         auto const pKey = oKeys.GetKey(n);
         auto oValue = szKey.size() == oPath.View().size()

@@ -70,7 +70,7 @@ bool _LSettingFindRecord(CFStringRef pUser, char* szName, unsigned long& nIndex,
 // Moves a record, by its whole path ("Records/Item1/"), and all that begins with it (in any case) to another primary
 // key. Strings are cut to 259 bytes on the way; what is no string moves as it is. Keys already at the new place are
 // replaced one by one, others stay there. `szNewKeyPath` gets the new path, without a slash at its end. False, with
-// nothing changed and an empty path: an empty new key, a path without a slash, no keys at all, or a new key that would
-// be too long or that can't be stored.
+// nothing changed and an empty path: an empty new key, a path without a slash, no keys at all, or a new key that can't
+// be stored or makes a path of over 259 bytes, be it that of a section far below the record.
 bool _LSettingChangePrimaryKey(CFStringRef pUser, char const* szKeyPath, char const* szNewKey,
                                char* szNewKeyPath) noexcept;

@@ -39,14 +39,13 @@ bool LSharedSettingsRecord::GetPassword(char const* szField, char const* szDefau
 }
 
 bool LSharedSettingsRecord::SetPrimaryKey(char const* szNewPrimaryKey) noexcept {
-    std::string_view const szNew = szNewPrimaryKey ? szNewPrimaryKey : "";
-    if (_LSettingTestKeyExists(pUser, szKeyPath)) {
-        char szNewKeyPath[kLNameSize];
-        if (!_LSettingChangePrimaryKey(pUser, szKeyPath, szNewPrimaryKey, szNewKeyPath))
-            return false;
+    char szNewKeyPath[kLNameSize];
+    bool const bThere = _LSettingTestKeyExists(pUser, szKeyPath);
+    if (bThere && !_LSettingChangePrimaryKey(pUser, szKeyPath, szNewPrimaryKey, szNewKeyPath))
+        return false;
+    LCopyUTF8(szPrimaryKey, sizeof szPrimaryKey, szNewPrimaryKey ? szNewPrimaryKey : "");
+    if (bThere) // behind the primary key, whose text it may have been
         LCopyFixed(szKeyPath, szNewKeyPath);
-    }
-    LCopyUTF8(szPrimaryKey, sizeof szPrimaryKey, szNew);
     return true;
 }
 

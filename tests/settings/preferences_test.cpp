@@ -221,12 +221,18 @@ TEST_F(PreferenceSettings, MovesRecordsWithAllBelowThem) {
         {"no slash", {{"I", "I"}}, "I", "J", "", {{"I", "I"}}},
         {"no text that is kept", {{"R/I/", "I"}}, "R/I/", "\x01", "", {{"R/I/", "I"}}},
         {"too long a path", {{"R/I/", "I"}}, "R/I/", std::string(257, 'n'), "", {{"R/I/", "I"}}},
-        {"too long a key",
-         {{"R/I/" + k259 + k259.substr(10), "v"}, {"R/I/", "I"}},
+        {"as long a section as can be",
+         {{"R/I/" + k259.substr(9) + "/v", "v"}},
          "R/I/",
-         std::string(20, 'n'),
+         "IIIIII",
+         "R/IIIIII",
+         {{"R/IIIIII/" + k259.substr(9) + "/v", "v"}}},
+        {"too long a section, which nobody could read",
+         {{"R/I/" + k259.substr(9) + "/v", "v"}, {"R/I/", "I"}},
+         "R/I/",
+         "IIIIIII",
          "",
-         {{"R/I/" + k259 + k259.substr(10), "v"}, {"R/I/", "I"}}},
+         {{"R/I/" + k259.substr(9) + "/v", "v"}, {"R/I/", "I"}}},
     };
     for (auto const& oCase : lCases) {
         Fill(oCase.oBefore);
