@@ -78,8 +78,8 @@ TEST_F(Settings, AreSetShownAndDeleted) {
          "",
          "Records/Co\\nunt = 1\nRecords/Item 1/Na=me = \xC3\xA4\nRecords/Item 1/Login (password) = ********\n"},
         {{"delete", "Records/Item 1", "Login", "--preferences"}, "", ""},
-        {{"list", "Records/Item 1", "--preferences"}, "", "Records/Item 1/Na=me = \xC3\xA4\n"},
-        {{"delete", "Records", "--preferences"}, "", ""},
+        {{"list", "records", "--preferences"}, "", "Records/Co\\nunt = 1\nRecords/Item 1/Na=me = \xC3\xA4\n"},
+        {{"delete", "records", "--preferences"}, "", ""},
         {{"list", "--preferences"}, "", ""},
         {{"delete", "Net", "Login"}, "", ""},
         {{"delete", "Audio"}, "", ""},
@@ -113,6 +113,7 @@ TEST_F(Settings, AreLeftAloneByWhatIsWrong) {
         {{"set", "--preferences", "S", "a/b", "v"}, 2, "belongs to the section", ""},
         {{"set", "--preferences", "S/", "b", "v"}, 2, "ends with a slash", ""},
         {{"set", "--preferences", "S", "i", "\xFF"}, 2, "not valid UTF-8", ""},
+        {{"set", "--preferences", "S", "i", "\x1B"}, 2, "a control character in it", ""},
         {{"get", "--preferences", "S", "i"}, 3, "there is no setting S/i in the preferences", ""},
         {{"set", "My Section", "i", "v"}, 2, "'My Section' can't be the name of a section", ""},
         {{"set", "S", "1st", "v"}, 2, "'1st' can't be the name of an item", ""},
@@ -120,6 +121,7 @@ TEST_F(Settings, AreLeftAloneByWhatIsWrong) {
         {{"set", "", "i", "v"}, 2, "can't be", ""},
         {{"set", "S", szLong, "v"}, 2, "longer than 257 bytes", ""},
         {{"get", "S", "__p"}, 2, "say --password", ""},
+        {{"set", "S", "i"}, 2, "standard input is empty", "true"},
         {{"set", "S", "i"}, 2, "carriage return", "printf 'a\\rb\\n'"},
         {{"set", "S", "i"}, 3, "zero byte", "printf 'a\\0b'"},
         {{"set", "S", "i"}, 3, "1 MiB", "head -c 1048577 /dev/zero"},
@@ -138,9 +140,17 @@ TEST_F(Settings, AreLeftAloneByWhatIsWrong) {
     ExpectFailure({"delete", "S"}, 3, "say --force");
     Ended const oRead = Run({"get", "S", "i"});
     EXPECT_EQ(oRead.szOutput, "v\n");
-    EXPECT_THAT(oRead.szErrors, HasSubstr("only as far as it is right"));
+    EXPECT_THAT(oRead.szErrors, HasSubstr("only as far as there is no error"));
     EXPECT_EQ(Run({"set", "--force", "S", "i", "w"}).nStatus, 0);
     EXPECT_EQ(Text(), "<S>\n\t<i value=\"w\"/>\n</S>\n");
+
+    ASSERT_EQ(Run({"set", "--preferences", "S", "i", "v"}).nStatus, 0);
+    auto const oPreferences = *std::filesystem::directory_iterator(oRoles / "Library/Preferences/ByHost");
+    std::ofstream(oPreferences.path()) << "<plist><dict><key>S/i</key>";
+    ExpectFailure({"set", "--preferences", "S", "i", "w"}, 3, "is no property list");
+    EXPECT_THAT(Run({"list", "--preferences"}).szErrors, HasSubstr("is no property list"));
+    EXPECT_EQ(Run({"set", "--preferences", "--force", "S", "i", "w"}).nStatus, 0);
+    EXPECT_EQ(Run({"get", "--preferences", "S", "i"}).szOutput, "w\n");
 }
 
 TEST_F(Settings, SayWhenAChangeWasLost) {

@@ -1,5 +1,6 @@
 #include "tools/settings/preferences_store.h"
 
+#include "platform/host/preferences.h"
 #include "settings/preference_keys.h"
 #include "settings/preferences.h"
 #include "settings/user_settings.h"
@@ -15,6 +16,9 @@ void CheckText(std::string const& szWhat, std::string const& szText) {
     LCFOwner<CFStringRef> const text(CFStringCreateWithCString(nullptr, szText.c_str(), kCFStringEncodingUTF8));
     if (!text)
         throw Failure(ExitCode::Usage, szWhat + " is not valid UTF-8, which the preferences are kept in.");
+    if (!LCFOwner<CFDataRef>(CFPropertyListCreateData(nullptr, text.Get(), kCFPropertyListXMLFormat_v1_0, 0, nullptr)))
+        throw Failure(ExitCode::Usage, szWhat + " has a control character in it, or another one, that the preferences "
+                                                "can't keep. Take it out.");
 }
 
 void CheckPart(std::string const& szWhat, std::string const& szName) {
@@ -56,12 +60,15 @@ std::string PreferencesStore::Damage() const {
         throw Failure(ExitCode::Input,
                       "the preferences can't be read. See that Library/Preferences in the home folder, "
                       "and what is in it, may be read.");
-    return {};
+    std::string const szFile =
+        DamagedPreferenceFile(LPreferenceApplication(), kCFPreferencesCurrentUser, kCFPreferencesCurrentHost);
+    return szFile.empty()
+               ? ""
+               : szFile + " is no property list, and counts as empty. Replaced, it stays beside as .unreadable.";
 }
 
 std::string PreferencesStore::WhyNotWritten() const {
-    return "the disk may be full, Library/Preferences in the home folder may not be writable, or the value has control "
-           "characters in it that can't be kept";
+    return "the disk may be full, or Library/Preferences in the home folder may not be writable";
 }
 
 std::vector<Setting> PreferencesStore::List() const {
@@ -86,7 +93,16 @@ std::vector<Setting> PreferencesStore::List() const {
 bool PreferencesStore::Has(std::string const& szSection, std::optional<std::string> const& szItem) const {
     if (szItem)
         return HasKey(szSection, *szItem) || HasKey(szSection, kPasswordPrefix + *szItem);
-    return _LSettingTestKeyHasValue(kCFPreferencesCurrentUser, szSection.c_str()) || HasKey(szSection, "");
+    LPreferenceKeys oKeys(kCFPreferencesCurrentUser);
+    LKeyText const oInside(szSection + '/');
+    for (unsigned long n = 0; n < oKeys.GetCount(); ++n)
+        if (LKeyBeginsWith(oKeys.GetText(n), oInside.View()))
+            return true;
+    return false;
+}
+
+bool PreferencesStore::IsIn(std::string const& szSection, Setting const& oSetting) const {
+    return LKeyBeginsWith(LKeyText(oSetting.szSection + '/').View(), LKeyText(szSection + '/').View());
 }
 
 bool PreferencesStore::Set(Setting const& oSetting) {

@@ -1,4 +1,5 @@
-// The user's preferences as a store: keys that look like paths. A setting's section is its key up to the last slash.
+// The user's preferences as a store: keys that look like paths. A setting's section is its key up to the last slash. To
+// list or delete a section takes those below it along, and those that differ from it by the case of ASCII letters.
 #pragma once
 
 #include "tools/settings/settings_store.h"
@@ -13,6 +14,7 @@ public:
     std::string WhyNotWritten() const override;
     std::vector<Setting> List() const override; // in order of the keys; what is no string is left out
     bool Has(std::string const& szSection, std::optional<std::string> const& szItem) const override;
+    bool IsIn(std::string const& szSection, Setting const& oSetting) const override;
     bool Set(Setting const& oSetting) override;
     bool Delete(std::string const& szSection, std::optional<std::string> const& szItem) override;
 };

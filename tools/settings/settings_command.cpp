@@ -30,14 +30,15 @@ std::unique_ptr<SettingsStore> Open(SettingsOptions const& oOptions) {
 
 void WarnOfDamage(SettingsStore const& oStore) {
     if (std::string const szDamage = oStore.Damage(); !szDamage.empty())
-        std::fprintf(stderr, "lumora settings: %s is read only as far as it is right: %s\n", oStore.Where().c_str(),
-                     szDamage.c_str());
+        std::fprintf(stderr, "lumora settings: %s can be read only as far as there is no error: %s\n",
+                     oStore.Where().c_str(), szDamage.c_str());
 }
 
 void RefuseDamage(SettingsStore const& oStore, bool bForce) {
     if (std::string const szDamage = oStore.Damage(); !szDamage.empty() && !bForce)
-        throw Failure(ExitCode::Input, oStore.Where() + " is not as it should be, and a change would drop what can't " +
-                                           "be read: " + szDamage + "\nRepair the file, or say --force.");
+        throw Failure(ExitCode::Input, "there is an error in " + oStore.Where() +
+                                           ", and a change would drop what can't " + "be read: " + szDamage +
+                                           "\nRepair the file, or say --force.");
 }
 
 void Change(SettingsStore& oStore, std::function<bool()> const& Do, std::function<bool()> const& IsDone) {
@@ -91,7 +92,7 @@ int RunSettingsList(SettingsOptions const& oOptions) {
     if (oOptions.szSection && !pStore->Has(*oOptions.szSection, std::nullopt))
         SayThatThereIsNone(*pStore, oOptions);
     for (Setting const& oSetting : pStore->List())
-        if (!oOptions.szSection || oSetting.szSection == *oOptions.szSection)
+        if (!oOptions.szSection || pStore->IsIn(*oOptions.szSection, oSetting))
             std::printf("%s/%s%s = %s\n", OneLine(oSetting.szSection).c_str(), OneLine(oSetting.szItem).c_str(),
                         oSetting.bPassword ? " (password)" : "",
                         oSetting.bPassword && !oOptions.bPassword ? "********" : OneLine(oSetting.szValue).c_str());

@@ -17,6 +17,9 @@ public:
     std::string WhyNotWritten() const override;
     std::vector<Setting> List() const override;
     bool Has(std::string const& szSection, std::optional<std::string> const& szItem) const override;
+    bool IsIn(std::string const& szSection, Setting const& oSetting) const override {
+        return oSetting.szSection == szSection;
+    }
     bool Set(Setting const& oSetting) override;
     bool Delete(std::string const& szSection, std::optional<std::string> const& szItem) override;
 

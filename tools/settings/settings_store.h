@@ -36,6 +36,9 @@ public:
     // Whether there is the section or, in it, the item or its password, with a value or without.
     virtual bool Has(std::string const& szSection, std::optional<std::string> const& szItem) const = 0;
 
+    // Whether a list of the section shows the setting, and deleting the section deletes it.
+    virtual bool IsIn(std::string const& szSection, Setting const& oSetting) const = 0;
+
     // False when it did not reach the disk, as far as the store is told that.
     virtual bool Set(Setting const& oSetting) = 0;
     virtual bool Delete(std::string const& szSection, std::optional<std::string> const& szItem) = 0;

@@ -73,8 +73,10 @@ std::string ReadTypedValue(std::string const& szQuestion, bool bSecret) {
     if (bTerminal)
         std::fputs(szQuestion.c_str(), stderr);
     std::string szValue = bTerminal && bSecret ? ReadUnseenLine() : ReadInput(bTerminal);
-    if (bTerminal && szValue.empty())
-        throw Failure(ExitCode::Usage, "nothing was changed."); // the input ended before a line did
+    if (szValue.empty()) // the input ended before a line did, or what should have written it failed
+        throw Failure(ExitCode::Usage, bTerminal ? "nothing was changed."
+                                                 : "standard input is empty, and nothing was changed. For an empty "
+                                                   "value give '' as VALUE.");
     if (!szValue.empty() && szValue.back() == '\n')
         szValue.pop_back();
     if (!szValue.empty() && szValue.back() == '\r')
