@@ -51,6 +51,7 @@ kern_return_t host_statistics(host_priv_t host_priv, host_flavor_t flavor, host_
     return WithFakeMachine([&](PlatformMachine const& oFake) {
         oFigures.free_count = oFake.nFreePages.value_or(oFigures.free_count);
         oFigures.inactive_count = oFake.nInactivePages.value_or(oFigures.inactive_count);
+        oFigures.purgeable_count = oFake.nPurgeablePages.value_or(oFigures.purgeable_count);
         return oFake.bHostStatisticsFails ? KERN_FAILURE : KERN_SUCCESS;
     });
 }

@@ -25,6 +25,7 @@ struct PlatformMachine {
     std::optional<std::uint64_t> nVirtualSize;           // of this task, bytes
     std::optional<std::uint32_t> nFreePages;
     std::optional<std::uint32_t> nInactivePages;
+    std::optional<std::uint32_t> nPurgeablePages;
     bool bTaskInfoFails = false;
     bool bHostStatisticsFails = false;
     bool bHostPageSizeFails = false;

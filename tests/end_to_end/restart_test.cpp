@@ -121,7 +121,7 @@ TEST(Roles, AKilledHelperCostsNoAudioAndTheNextOneIsToldOfTheRecorder) {
     oPlaying.pHelper->Signal(SIGKILL);
     WaitFor(*oPlaying.pRecorder, "unregistered");
     EXPECT_EQ(oPlaying.pHelper->WaitExit(30000), 128 + SIGKILL);
-    oPlaying.pHelper = oPlaying.StartHelper();
+    oPlaying.pHelper = oPlaying.Start({"helper", "--control", "3"}); // the recorder may be there before it is "ready"
     WaitFor(*oPlaying.pHelper, "recorder");
     WaitFor(*oPlaying.pRecorder, "registered");
     oPlaying.FinishWhole();
