@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
+#include <vector>
 
 using testing::HasSubstr;
 
@@ -151,6 +154,21 @@ TEST_F(Settings, AreLeftAloneByWhatIsWrong) {
     EXPECT_THAT(Run({"list", "--preferences"}).szErrors, HasSubstr("is no property list"));
     EXPECT_EQ(Run({"set", "--preferences", "--force", "S", "i", "w"}).nStatus, 0);
     EXPECT_EQ(Run({"get", "--preferences", "S", "i"}).szOutput, "w\n");
+}
+
+TEST_F(Settings, TakeTurns) {
+    for (std::string const szPlace : {"--shared", "--preferences"}) {
+        std::vector<std::thread> lThreads;
+        for (char c = 'a'; c < 'i'; ++c)
+            lThreads.emplace_back([&, c] {
+                for (char d = 'a'; d < 'g'; ++d)
+                    EXPECT_EQ(Run({szPlace, "set", "S", {c, d}, "v"}).nStatus, 0);
+            });
+        for (auto& oThread : lThreads)
+            oThread.join();
+        std::string const szList = Run({szPlace, "list"}).szOutput;
+        EXPECT_EQ(std::count(szList.begin(), szList.end(), '\n'), 48) << szPlace;
+    }
 }
 
 TEST_F(Settings, SayWhenAChangeWasLost) {

@@ -1,6 +1,5 @@
 #include "tools/settings/settings_file.h"
 
-#include "base/file_descriptor.h"
 #include "base/fixed_text.h"
 #include "files/folder.h"
 #include "files/text_file.h"
@@ -17,7 +16,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 namespace {
 
@@ -105,6 +106,7 @@ bool SettingsFile::Has(std::string const& szSection, std::optional<std::string> 
 }
 
 bool SettingsFile::Set(Setting const& oSetting) {
+    KeepOthersOut();
     LXMLDocument oDocument;
     Read(oDocument);
     LStringLong szProtected;
@@ -120,6 +122,7 @@ bool SettingsFile::Set(Setting const& oSetting) {
 }
 
 bool SettingsFile::Delete(std::string const& szSection, std::optional<std::string> const& szItem) {
+    KeepOthersOut();
     LXMLDocument oDocument;
     Read(oDocument);
     LXMLElement* const pSection = oDocument.GetElement(szSection.c_str());
@@ -135,7 +138,26 @@ bool SettingsFile::Delete(std::string const& szSection, std::optional<std::strin
     return true;
 }
 
+LFileDescriptor SettingsFile::Lock(int nLock) const {
+    constexpr int kMostAttempts = 1000;
+    constexpr std::chrono::milliseconds kBetweenAttempts(5);
+    LFileDescriptor oLocked(open(szPath.substr(0, szPath.rfind('/')).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    for (int n = 0; flock(oLocked.Get(), nLock | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++n) {
+        if (n == kMostAttempts)
+            throw Failure(nLock == LOCK_EX ? ExitCode::Output : ExitCode::Input,
+                          "another lumora settings has " + szPath + " in use. Try again when that is done.");
+        std::this_thread::sleep_for(kBetweenAttempts);
+    }
+    return oLocked;
+}
+
+void SettingsFile::KeepOthersOut() {
+    if (!oFolder.IsOpen())
+        oFolder = Lock(LOCK_EX);
+}
+
 std::string SettingsFile::Read(LXMLDocument& oDocument) const {
+    LFileDescriptor const oShared = oFolder.IsOpen() ? LFileDescriptor() : Lock(LOCK_SH);
     LProcessInterfaceVoid oNeverStops;
     char szError[kLNameSize] = "";
     std::string szWhy;

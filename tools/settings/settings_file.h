@@ -1,6 +1,7 @@
 // A settings file as a store.
 #pragma once
 
+#include "base/file_descriptor.h"
 #include "tools/settings/settings_store.h"
 
 class LXMLDocument;
@@ -30,5 +31,12 @@ private:
     // A file that a full disk cuts short gets back what was in it.
     void Write(LXMLDocument const& oDocument) const;
 
+    // Such commands lock the file's folder, for a reader stops another's write, and what one writes between another's
+    // reading and writing would be lost: shared while they read, else from the first change on until this object goes.
+    // The product's programs don't ask for this lock.
+    LFileDescriptor Lock(int nLock) const;
+    void KeepOthersOut();
+
     std::string szPath;
+    LFileDescriptor oFolder; // locked
 };
