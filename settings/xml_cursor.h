@@ -63,9 +63,10 @@ public:
         if (*pAt == ' ')
             ++pAt;
         char const cQuote = *pAt;
-        char const* const pStop = LXMLFind(kLXMLInQuotes, pAt + (cQuote != '\0'));
-        bool const bQuoted = (cQuote == '"' || cQuote == '\'') && *pStop == cQuote;
-        if (!bQuoted || !LXMLIsIn(kLXMLEndsWord, pStop[1]) ||
+        if (cQuote != '"' && cQuote != '\'')
+            return ReadOddValue(szBuffer, szValue);
+        char const* const pStop = LXMLFind(kLXMLInQuotes, pAt + 1);
+        if (*pStop != cQuote || !LXMLIsIn(kLXMLEndsWord, pStop[1]) ||
             pStop - pAt > static_cast<std::ptrdiff_t>(kLXMLMostToGrow))
             return ReadOddValue(szBuffer, szValue);
         szValue = {pAt + 1, pStop};
