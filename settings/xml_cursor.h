@@ -28,10 +28,10 @@ public:
     // XMLLoadChar.
     char Read() noexcept {
         char const c = *pAt;
-        if (c == '\0')
-            return c;
+        if (static_cast<unsigned char>(c) <= '\r') // may be the end or a line break
+            return ReadControl(c);
         ++pAt;
-        return c == '\n' || c == '\r' ? ReadLineBreak(c) : c;
+        return c;
     }
 
     // Reads the bytes up to the next of the set, which must hold NUL, CR and LF; gives those bytes.
@@ -76,7 +76,12 @@ public:
     bool HasCut() const noexcept { return bCut; }
 
 private:
-    char ReadLineBreak(char c) noexcept {
+    char ReadControl(char c) noexcept {
+        if (c == '\0')
+            return c;
+        ++pAt;
+        if (c != '\n' && c != '\r')
+            return c;
         if (LXMLIsPair(c, *pAt))
             ++pAt;
         ++nLine;

@@ -94,14 +94,20 @@ inline void LXMLPutText(char* pTo, std::string_view szText) noexcept {
         std::memcpy(pTo, &nFirst, sizeof nFirst);
         std::memcpy(pTo + nLength - sizeof nLast, &nLast, sizeof nLast);
     };
-    if (nLength > 2 * sizeof(std::uint64_t))
+    struct TwoWords {
+        std::uint64_t nFirst, nSecond;
+    };
+    if (nLength > 2 * sizeof(TwoWords))
         std::memcpy(pTo, szText.data(), nLength);
+    else if (nLength >= sizeof(TwoWords))
+        PutEnds(TwoWords{});
     else if (nLength >= sizeof(std::uint64_t))
         PutEnds(std::uint64_t{});
     else if (nLength >= sizeof(std::uint32_t))
         PutEnds(std::uint32_t{});
-    else
-        for (std::size_t n = 0; n < nLength; ++n)
-            pTo[n] = szText[n];
+    else if (nLength >= sizeof(std::uint16_t))
+        PutEnds(std::uint16_t{});
+    else if (nLength != 0)
+        *pTo = szText.front();
     pTo[nLength] = '\0';
 }
