@@ -35,9 +35,9 @@ void LXMLElement::operator delete(LXMLElement* pNode, std::destroying_delete_t) 
 
 LXMLElement* LXMLElement::MakeLike(LXMLMemory& oMemory, LXMLElement const& oOther) noexcept {
     bool const bSpace = oOther.bSpacePreserved;
-    LXMLElement* const pMade = oOther.szName   ? MakeElement(oMemory, oOther.szName, bSpace)
-                               : oOther.szData ? MakeText(oMemory, oOther.szData, bSpace)
-                                               : new LXMLElement(bSpace);
+    LXMLElement* const pMade = oOther.szName    ? MakeElement(oMemory, oOther.szName, bSpace)
+                               : oOther.bIsText ? MakeText(oMemory, oOther.szData, bSpace)
+                                                : new LXMLElement(bSpace);
     if (pMade && !pMade->oAttributes.CopyFrom(oMemory, oOther.oAttributes)) {
         delete pMade;
         return nullptr;
@@ -63,9 +63,11 @@ LXMLElement::~LXMLElement() {
 void LXMLElement::FreeTexts() noexcept {
     if (!bTextInside) {
         std::free(szName);
-        std::free(szData);
+        std::free(bIsText ? szData : nullptr);
     }
-    szName = szData = nullptr;
+    szName = nullptr;
+    bIsText = false;
+    pLateChild = nullptr;
 }
 
 bool LXMLElement::SetTexts(char const* szNewName, char const* szNewData) noexcept {
@@ -79,7 +81,9 @@ bool LXMLElement::SetTexts(char const* szNewName, char const* szNewData) noexcep
     }
     FreeTexts();
     szName = szNameCopy;
-    szData = szDataCopy;
+    bIsText = szDataCopy != nullptr;
+    if (bIsText)
+        szData = szDataCopy;
     bTextInside = false;
     return true;
 }
@@ -98,6 +102,13 @@ void LXMLElement::DeleteChildren() noexcept {
         }
         delete std::exchange(pAt, pAt->pNext);
     }
+    if (!bIsText)
+        pLateChild = nullptr;
+}
+
+void LXMLElement::ChildGone(LXMLElement const* pChild, LXMLElement* pInItsPlace) noexcept {
+    if (!bIsText && pLateChild == pChild)
+        pLateChild = pInItsPlace;
 }
 
 // Complete before anything of this element goes: the other may be part of it, or it of the other.
@@ -109,7 +120,7 @@ bool LXMLElement::CopyFrom(LXMLElement const& oOther) noexcept {
     LXMLMemory oMemory;
     LXMLElement oCopy(oOther.bSpacePreserved);
     LXMLStack<Level> lOpen;
-    bool bGot = oCopy.SetTexts(oOther.szName, oOther.szData) &&
+    bool bGot = oCopy.SetTexts(oOther.szName, oOther.GetData()) &&
                 oCopy.oAttributes.CopyFrom(oMemory, oOther.oAttributes) &&
                 lOpen.Push({oOther.pFirstChild, &oCopy.pFirstChild});
     while (bGot && !lOpen.IsEmpty()) {
@@ -134,6 +145,8 @@ bool LXMLElement::CopyFrom(LXMLElement const& oOther) noexcept {
     bTextInside = false;
     std::swap(pFirstChild, oCopy.pFirstChild);
     std::swap(szName, oCopy.szName);
-    std::swap(szData, oCopy.szData);
+    std::swap(bIsText, oCopy.bIsText);
+    if (bIsText)
+        szData = std::exchange(oCopy.szData, nullptr);
     return true;
 }

@@ -45,8 +45,8 @@ public:
     // the one around it. False when memory ran out.
     bool LoadData(LXMLLoaderTemplate<char>& oLoader) noexcept;
 
-    char const* GetName() const noexcept { return szName; } // null for a text node
-    char const* GetData() const noexcept { return szData; } // null for an element
+    char const* GetName() const noexcept { return szName; }                     // null for a text node
+    char const* GetData() const noexcept { return bIsText ? szData : nullptr; } // null for an element
     bool IsSpacePreserved() const noexcept { return bSpacePreserved; }
     LXMLElement* GetNext() noexcept { return pNext; }
     LXMLElement const* GetNext() const noexcept { return pNext; }
@@ -62,8 +62,8 @@ public:
     LXMLElement* GetElement(char const* szChildName) noexcept;
     LXMLElement const* GetElement(char const* szChildName) const noexcept;
 
-    // Appends an empty child, whatever others of its name there are. Walks the list to its end. Null when there is no
-    // memory.
+    // Appends an empty child, whatever others of its name there are. Null when there is no memory. Constant time but
+    // for the first one behind a load, a copy or the taking of the last child, which walks the list to its end.
     LXMLElement* AddElement(char const* szChildName) noexcept;
     // Deletes the first child of the name, if there is one.
     void DeleteElement(char const* szChildName) noexcept;
@@ -111,6 +111,7 @@ public:
     private:
         void FindFrom() noexcept;
 
+        LXMLElement* pOwner;
         LXMLElement** ppLink;
         char const* szName;
         bool bUnlinked = false;
@@ -147,17 +148,22 @@ private:
     bool SetTexts(char const* szNewName, char const* szNewData) noexcept;
     void FreeTexts() noexcept;
     void DeleteChildren() noexcept;
+    void ChildGone(LXMLElement const* pChild, LXMLElement* pInItsPlace) noexcept;
 
     bool IsNamed(char const* sz) const noexcept;
 
     LXMLElement* pNext = nullptr;
     bool bSpacePreserved;
     bool bTextInside = false; // name or data stands behind the node itself, and is not freed apart
+    bool bIsText = false;     // has data
     LXMLMemory::Mark nMemory = LXMLMemory::kFromMalloc;
     LXMLAttributes oAttributes;
     LXMLElement* pFirstChild = nullptr;
     char* szName = nullptr;
-    char* szData = nullptr;
+    union {
+        char* szData;                      // of a text node
+        LXMLElement* pLateChild = nullptr; // of any other: a child from which it isn't far to the last one, or null
+    };
 };
 
 inline LXMLElement* LXMLElement::Make(LXMLMemory& oMemory, char* LXMLElement::*pField, std::string_view szText,
@@ -172,6 +178,7 @@ inline LXMLElement* LXMLElement::Make(LXMLMemory& oMemory, char* LXMLElement::*p
     pMade->nMemory = nMark;
     pMade->*pField = szInside;
     pMade->bTextInside = true;
+    pMade->bIsText = pField == &LXMLElement::szData;
     return pMade;
 }
 

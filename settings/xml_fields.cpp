@@ -13,9 +13,9 @@ bool LXMLElement::IsNamed(char const* sz) const noexcept {
 }
 
 char const* LXMLElement::GetElementData() const noexcept {
-    if (szData)
+    if (bIsText)
         return szData;
-    return pFirstChild && pFirstChild->szData ? pFirstChild->szData : "";
+    return pFirstChild && pFirstChild->bIsText ? pFirstChild->szData : "";
 }
 
 LXMLElement const* LXMLElement::GetElement(char const* szChildName) const noexcept {
@@ -27,11 +27,14 @@ LXMLElement* LXMLElement::GetElement(char const* szChildName) noexcept {
 }
 
 LXMLElement* LXMLElement::AddElement(char const* szChildName) noexcept {
-    LXMLElement** ppLink = &pFirstChild;
+    LXMLElement** ppLink = bIsText || !pLateChild ? &pFirstChild : &pLateChild->pNext;
     while (*ppLink)
         ppLink = &(*ppLink)->pNext;
     LXMLMemory oMemory;
-    return *ppLink = MakeElement(oMemory, szChildName ? szChildName : "", bSpacePreserved);
+    *ppLink = MakeElement(oMemory, szChildName ? szChildName : "", bSpacePreserved);
+    if (*ppLink && !bIsText)
+        pLateChild = *ppLink;
+    return *ppLink;
 }
 
 void LXMLElement::DeleteElement(char const* szChildName) noexcept {
@@ -89,7 +92,7 @@ void LXMLElement::SetFloat(char const* szField, double fValue) noexcept {
 }
 
 LXMLElement::NamedElementIterator::NamedElementIterator(LXMLElement& oParent, char const* szChildName) noexcept
-    : ppLink(&oParent.pFirstChild), szName(szChildName ? szChildName : "") {
+    : pOwner(&oParent), ppLink(&oParent.pFirstChild), szName(szChildName ? szChildName : "") {
     FindFrom();
 }
 
@@ -109,6 +112,7 @@ LXMLElement* LXMLElement::NamedElementIterator::Unlink() noexcept {
     LXMLElement* const pTaken = GetElement();
     if (pTaken) {
         *ppLink = std::exchange(pTaken->pNext, nullptr);
+        pOwner->ChildGone(pTaken, nullptr);
         bUnlinked = true;
     }
     return pTaken;
@@ -119,6 +123,7 @@ LXMLElement* LXMLElement::NamedElementIterator::Replace(LXMLElement* pReplacemen
     if (pTaken) {
         pReplacement->pNext = std::exchange(pTaken->pNext, nullptr);
         *ppLink = pReplacement;
+        pOwner->ChildGone(pTaken, pReplacement);
     }
     return pTaken;
 }

@@ -129,6 +129,24 @@ TEST(XMLElement, ReadsAndChangesFields) {
     EXPECT_EQ(ShownChildren(oDocument), "i{'-2147483648'} e{'' k[value=v]} d{'q'} c{![CDATA[{'q'}} l{'xx'} 't' i");
 }
 
+TEST(XMLElement, NewChildrenComeLastWhateverBecameOfTheLastOne) {
+    LXMLDocument oDocument;
+    Load(oDocument, "<a/><b/>");
+    oDocument.AddElement("gone");
+    oDocument.DeleteElement("gone");
+    oDocument.AddElement("old");
+    delete LXMLElement::NamedElementIterator(oDocument, "old").Replace(new LXMLElement(*oDocument.GetElement("a")));
+    oDocument.AddElement("c");
+    EXPECT_EQ(ShownChildren(oDocument), "a b a c");
+    oDocument = LXMLDocument(oDocument);
+    oDocument.AddElement("d");
+    EXPECT_EQ(ShownChildren(oDocument), "a b a c d");
+    Load(oDocument, "t");
+    oDocument.GetElement("")->AddElement("e"); // below a text
+    oDocument.AddElement("f");
+    EXPECT_EQ(ShownChildren(oDocument), "'t' f");
+}
+
 TEST(XMLElement, IteratorsWalkOneNameWhileChildrenComeAndGo) {
     LXMLDocument oDocument, oOther;
     Load(oDocument, "<a n='1'/>t<b/><a n='2'/><a n='3'/><c/><a n='4'/>");
