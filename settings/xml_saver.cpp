@@ -112,7 +112,8 @@ void LXMLSaver::SaveElement(LXMLElement const& oElement, int nIndent) noexcept {
             oSink.Put('>');
             if (bLines && nIndent >= 0)
                 oSink.Put('\n');
-            bFailed = bFailed || !lOpen.Push({&oElement, oElement.GetFirstChild(), nIndent, bLines});
+            if (!lOpen.Push({&oElement, oElement.GetFirstChild(), nIndent, bLines}))
+                oSink.Fail();
             return;
         }
     }

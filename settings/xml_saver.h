@@ -17,7 +17,7 @@ public:
     // written.
     bool Save(LXMLElement const& oNode, int nIndent) noexcept;
 
-    bool HasFailed() const noexcept { return bFailed || oSink.HasFailed(); }
+    bool HasFailed() const noexcept { return oSink.HasFailed(); }
 
 private:
     struct Level { // an element whose children are being written
@@ -41,5 +41,4 @@ private:
     LXMLSink oSink;
     LXMLStack<Level> lOpen;
     bool const bFormatted;
-    bool bFailed = false;
 };

@@ -39,14 +39,20 @@ bool LXMLSink::MakeRoom(std::size_t nBytes) noexcept {
     bool const bFits = nLength <= kMostBytes && nBytes <= kMostBytes - nLength;
     std::size_t const nRoom = std::max(nLength + nBytes + 1, std::min(szOut.GetCapacity() * 2, kMostBytes + 1));
     if (!bFits || !IsMemoryFor(nRoom - szOut.GetCapacity()) || !szOut.Reserve(nRoom)) {
-        szOut.Truncate(nBefore);
-        pAt = pEnd = &cNowhere;
-        bFailed = true;
+        Fail();
         return false;
     }
     pAt = szOut.GetBuffer() + nLength;
     pEnd = szOut.GetBuffer() + szOut.GetCapacity() - 1;
     return true;
+}
+
+void LXMLSink::Fail() noexcept {
+    if (bFailed)
+        return;
+    szOut.SetLength(nBefore);
+    pAt = pEnd = &cNowhere;
+    bFailed = true;
 }
 
 void LXMLSink::PutTabs(std::size_t nTabs) noexcept {

@@ -21,6 +21,7 @@ public:
     LXMLSink& operator=(LXMLSink const&) = delete;
 
     bool HasFailed() const noexcept { return bFailed; }
+    void Fail() noexcept; // for want of memory elsewhere
 
     void Put(char c) noexcept {
         if (pAt != pEnd || MakeRoom(1))
