@@ -15,11 +15,13 @@ LXMLElement* GetOrAdd(LXMLElement& oParent, char const* szName) noexcept {
 
 } // namespace
 
-void LLoadSettings(LXMLDocument& oDocument, char const* szPath) noexcept {
+bool LLoadSettings(LXMLDocument& oDocument, char const* szPath) noexcept {
     LProcessInterfaceVoid oNeverStops;
     char szError[kLNameSize]; // what could be read is what there is: nobody to tell
     oDocument = LXMLDocument();
-    oDocument.LoadFromFile(oNeverStops, szPath, szError);
+    int const nResult = oDocument.LoadFromFile(oNeverStops, szPath, szError);
+    return nResult != LXMLDocument::kFailed ||
+           !oDocument.GetFirstChild(); // empty: there was nothing that could be read
 }
 
 char const* LFindSetting(LXMLDocument const& oDocument, char const* szSection, char const* szItem) noexcept {

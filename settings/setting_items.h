@@ -6,8 +6,9 @@
 class LXMLDocument;
 
 // Replaces what is in the document by the file's. A file that can't be read gives an empty document, one with an error
-// in its text what comes before it.
-void LLoadSettings(LXMLDocument& oDocument, char const* szPath) noexcept;
+// in its text what comes before it. False when memory ran out in the middle of the text: then the document is not to be
+// written.
+bool LLoadSettings(LXMLDocument& oDocument, char const* szPath) noexcept;
 
 // The first section of the name and in it the first item: its value, which stays the document's, or null when one of
 // the three is not there.

@@ -12,6 +12,13 @@ namespace {
 constexpr char kFolder[] = "Shared";
 constexpr char kFile[] = "SharedSettings.xml";
 
+// False when the document is not to be written back.
+bool Load(LXMLDocument& oDocument) noexcept {
+    char szPath[kLNameSize];
+    LGetSharedSettingsPath(szPath); // no file is at ""
+    return LLoadSettings(oDocument, szPath);
+}
+
 } // namespace
 
 bool LGetSharedSettingsPath(char* szOut) noexcept {
@@ -23,9 +30,7 @@ bool LGetSharedSettingsPath(char* szOut) noexcept {
 }
 
 bool LSharedSettingsLoad(LXMLDocument& oDocument) noexcept {
-    char szPath[kLNameSize];
-    LGetSharedSettingsPath(szPath); // no file is at ""
-    LLoadSettings(oDocument, szPath);
+    Load(oDocument);
     return true;
 }
 
@@ -37,8 +42,7 @@ void LSharedSettingsSave(LXMLDocument const& oDocument) noexcept {
 
 void LSharedSettingSetString(char const* szSection, char const* szItem, char const* szValue) noexcept {
     LXMLDocument oDocument;
-    LSharedSettingsLoad(oDocument);
-    if (LPutSetting(oDocument, szSection, szItem, szValue))
+    if (Load(oDocument) && LPutSetting(oDocument, szSection, szItem, szValue))
         LSharedSettingsSave(oDocument);
 }
 
@@ -87,8 +91,7 @@ void LSharedSettingGetPassword(char const* szSection, char const* szItem, char c
 
 void LSharedSettingDeleteItem(char const* szSection, char const* szItem) noexcept {
     LXMLDocument oDocument;
-    LSharedSettingsLoad(oDocument);
-    LXMLElement* const pSection = oDocument.GetElement(szSection);
+    LXMLElement* const pSection = Load(oDocument) ? oDocument.GetElement(szSection) : nullptr;
     if (!pSection)
         return;
     pSection->DeleteElement(szItem);
@@ -99,7 +102,8 @@ void LSharedSettingDeleteItem(char const* szSection, char const* szItem) noexcep
 
 void LSharedSettingDeleteSection(char const* szSection) noexcept {
     LXMLDocument oDocument;
-    LSharedSettingsLoad(oDocument);
+    if (!Load(oDocument))
+        return;
     oDocument.DeleteElement(szSection);
     LSharedSettingsSave(oDocument);
 }

@@ -5,8 +5,7 @@
 
 void LXMLSettingSetString(char const* szPath, char const* szSection, char const* szItem, char const* szValue) noexcept {
     LXMLDocument oDocument;
-    LLoadSettings(oDocument, szPath);
-    if (LPutSetting(oDocument, szSection, szItem, szValue))
+    if (LLoadSettings(oDocument, szPath) && LPutSetting(oDocument, szSection, szItem, szValue))
         oDocument.WriteToFile(szPath);
 }
 
