@@ -40,12 +40,14 @@ bool Join(char (&szOut)[kLNameSize], char const* szFolder, char const* szName, c
 
 } // namespace
 
-// A name that was cut is somebody else's file: none at all then.
+// A folder that can't be made now, as where a home is not mounted yet, may be there when the file is wanted. A name
+// that was cut is somebody else's file: none at all then.
 LHangDetector::LHangDetector() noexcept {
     char szFolder[kLNameSize], szName[kLNameSize];
     LFixedWriter oName(szName);
     oName.Add("_LumoraVADPlugin_rl_").Add(UserName());
-    if (!LFile::GetTempFolder(szFolder) || oName.WasCut() || !Join(szPath, szFolder, szName, ""))
+    LFile::GetTempFolder(szFolder);
+    if (!szFolder[0] || oName.WasCut() || !Join(szPath, szFolder, szName, ""))
         szPath[0] = '\0';
 }
 

@@ -28,7 +28,7 @@ public:
 private:
     void ForgetEarlierRun() noexcept;
 
-    char szPath[kLNameSize]; // "" when the folder can't be had, or the path does not fit: then there is no file
+    char szPath[kLNameSize]; // "" when no folder can be named, or the path does not fit: then there is no file
     LFileDescriptor hFile;
 };
 

@@ -147,6 +147,7 @@ TEST_F(HangDetector, NamesTheFileAfterTheUserAndTakesMarkersAwayOnlyAtItsEnd) {
 TEST_F(HangDetector, DoesWithoutAFileWhereNoneCanBeMade) {
     LDebugHangDetectorInit(nullptr);
     fs::path const oFile = Find(kFile);
+    ASSERT_FALSE(oFile.empty());
     LDebugHangDetectorDestroy();
     fs::create_directory(oFile); // in its place something that can't be opened to be written, nor unlinked
     LDebugHangDetectorInit(nullptr);
@@ -158,4 +159,8 @@ TEST_F(HangDetector, DoesWithoutAFileWhereNoneCanBeMade) {
     LDebugHangDetectorInit(nullptr);
     LDebugHangDetectorDestroy();
     EXPECT_TRUE(fs::is_regular_file(oHome.Path()));
+    fs::remove(oHome.Path());
+    fs::create_directories(oFile.parent_path()); // there is a home after all
+    LDebugHangDetectorInit(nullptr);
+    EXPECT_TRUE(IsHeld());
 }
