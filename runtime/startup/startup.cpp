@@ -9,12 +9,18 @@
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
 
 #include <iterator>
+#include <unistd.h>
 
 namespace {
+
+// A forked child that ends has the link's connections, but neither the threads that its clean-ups would wait for nor
+// any say about what those threads had locked: it leaves the link as it is.
+enum class In { EveryProcess, LoadingProcess };
 
 struct Step {
     void (*pStart)() noexcept;
     void (*pEnd)() noexcept;
+    In nEnds;
 };
 
 void ForgetEndPoint() noexcept {
@@ -43,12 +49,12 @@ void EndExceptionHandler() noexcept {
 }
 
 constexpr Step kSteps[] = {
-    {LVADFillHelperKeys, ForgetEndPoint},
-    {LXPCClientManager::StartList, LXPCClientManager::EndList},
-    {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex},
-    {StartHangDetector, EndHangDetector},
-    {StartDebugThreads, EndDebugThreads},
-    {StartExceptionHandler, EndExceptionHandler},
+    {LVADFillHelperKeys, ForgetEndPoint, In::LoadingProcess},
+    {LXPCClientManager::StartList, LXPCClientManager::EndList, In::LoadingProcess},
+    {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex, In::LoadingProcess},
+    {StartHangDetector, EndHangDetector, In::EveryProcess},
+    {StartDebugThreads, EndDebugThreads, In::EveryProcess},
+    {StartExceptionHandler, EndExceptionHandler, In::EveryProcess},
 };
 
 // Construction is the load, destruction the unload.
@@ -59,9 +65,14 @@ public:
             oStep.pStart();
     }
     ~LStartup() {
+        bool const bForked = getpid() != nProcess;
         for (auto pStep = std::rbegin(kSteps); pStep != std::rend(kSteps); ++pStep)
-            pStep->pEnd();
+            if (!bForked || pStep->nEnds == In::EveryProcess)
+                pStep->pEnd();
     }
+
+private:
+    pid_t const nProcess = getpid();
 };
 
 LStartup const gStartup;

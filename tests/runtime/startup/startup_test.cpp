@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/mman.h>
@@ -21,6 +22,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -257,6 +259,31 @@ TEST(Startup, LeavesEveryEndOfTheProcessAsItIsWithoutTheBundle) {
             EXPECT_EQ(WEXITSTATUS(StatusOf(pDo, nWith)), 8);
         signal(SIGSEGV, SIG_DFL);
     }
+}
+
+// The child has the event that is being told, but not the thread that tells it.
+TEST(Startup, LetsAForkedChildEndWhileTheLinkIsBusy) {
+    Bundle oBundle;
+    RecordingSink oSink;
+    std::promise<void> oEntered, oLeave;
+    std::shared_future<void> const oMayLeave = oLeave.get_future();
+    oSink.SetInside([&, bFirst = true](SinkEvent const&) mutable {
+        if (std::exchange(bFirst, false))
+            oEntered.set_value();
+        oMayLeave.wait();
+    });
+    int const nClient = oBundle.Find<int(LXPCClientEventNotify*)>("BundleCreateClient")(&oSink);
+    EXPECT_TRUE(oBundle.Find<bool(int, char const*)>("BundleConnect")(nClient, "org.example.nobody"));
+    oEntered.get_future().wait(); // that there is no such service
+    pid_t const nChild = fork();
+    if (nChild == 0) {
+        alarm(60); // it would wait for good
+        std::exit(7);
+    }
+    int nStatus = 0;
+    waitpid(nChild, &nStatus, 0);
+    EXPECT_EQ(WEXITSTATUS(nStatus), 7);
+    oLeave.set_value();
 }
 
 TEST(Startup, LeavesNothingBehindAHundredTimes) {
