@@ -79,13 +79,16 @@ int CreateBeside(std::string const& szPath, std::string& szTemporary) {
 
 // Beside the file and then in its place, so that whoever reads it sees the old bytes or the new.
 int ReplaceWhole(std::string const& szPath, std::span<UInt8 const> bytes) {
+    struct stat status;
+    bool const bThere = stat(szPath.c_str(), &status) == 0;
+    if (bThere && !S_ISREG(status.st_mode)) // a device would be gone
+        return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
     std::string szTemporary;
     Descriptor const oFile(CreateBeside(szPath, szTemporary));
     if (oFile.Get() < 0)
         return errno;
-    struct stat status;
     int nError = 0;
-    if (stat(szPath.c_str(), &status) == 0 && fchmod(oFile.Get(), status.st_mode & 07777) != 0)
+    if (bThere && fchmod(oFile.Get(), status.st_mode & 07777) != 0)
         nError = errno;
     if (nError == 0)
         nError = WriteAll(oFile.Get(), bytes);

@@ -139,6 +139,13 @@ TEST_F(Urls, ReadAndReplaceFilesWhole) {
     ASSERT_EQ(0, stat(szFile.c_str(), &status));
     EXPECT_EQ(0600u, status.st_mode & 07777u) << "the second write keeps the mode";
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(oFolder.Path()), {})) << "nothing else is left";
+    ASSERT_EQ(0, mkfifo((szFile + " pipe").c_str(), 0600));
+    Owned<CFURLRef> const pipe = MakeFile(szFile + " pipe");
+    EXPECT_FALSE(CFURLCreateDataAndPropertiesFromResource(nullptr, pipe, &read, nullptr, nullptr, &nError));
+    EXPECT_EQ(ENOTSUP, nError);
+    EXPECT_FALSE(CFURLWriteDataAndPropertiesToResource(pipe, Owned<CFDataRef>(CFDataCreate(nullptr, nullptr, 0)),
+                                                       nullptr, &nError));
+    EXPECT_EQ(ENOTSUP, nError);
     Owned<CFURLRef> const nowhere = MakeFile(szFile + "/not a folder/x");
     EXPECT_FALSE(CFURLWriteDataAndPropertiesToResource(nowhere, Owned<CFDataRef>(CFDataCreate(nullptr, nullptr, 0)),
                                                        nullptr, &nError));

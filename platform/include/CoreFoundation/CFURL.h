@@ -64,7 +64,8 @@ CFStringRef CFURLCreateStringByReplacingPercentEscapes(CFAllocatorRef allocator,
 Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef allocator, CFURLRef url, CFDataRef* data,
                                                  CFDictionaryRef* properties, CFArrayRef desiredProperties,
                                                  SInt32* errorCode);
-// Replaces the file of a file URL by `data`, whole or not at all. `properties` must be NULL.
+// Replaces the file of a file URL by `data`, whole or not at all; what is no file stays (ENOTSUP). `properties` must be
+// NULL.
 Boolean CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef data, CFDictionaryRef properties,
                                               SInt32* errorCode);
 
