@@ -14,13 +14,15 @@ namespace {
 constexpr std::size_t kMostBytes = 1 << 20;
 constexpr char kCtrlC = '\x03';
 
-// What is typed is not shown, and Ctrl-C comes as a character: a signal would leave the terminal like that.
+// What is typed is not shown, and Ctrl-C comes as a character that ends the line at once: a signal would leave the
+// terminal like that.
 class UnseenInput {
 public:
     UnseenInput() {
         bChanged = tcgetattr(STDIN_FILENO, &oBefore) == 0;
         termios oUnseen = oBefore;
         oUnseen.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+        oUnseen.c_cc[VEOL] = kCtrlC;
         bChanged = bChanged && tcsetattr(STDIN_FILENO, TCSAFLUSH, &oUnseen) == 0;
     }
     ~UnseenInput() {
@@ -42,7 +44,8 @@ private:
 std::string ReadInput(bool bOneLine) {
     std::string szText;
     char sz[4096];
-    while (szText.size() <= kMostBytes && (!bOneLine || szText.empty() || szText.back() != '\n')) {
+    while (szText.size() <= kMostBytes &&
+           (!bOneLine || szText.empty() || (szText.back() != '\n' && szText.back() != kCtrlC))) {
         ssize_t const n = read(STDIN_FILENO, sz, sizeof sz);
         if (n < 0 && errno == EINTR)
             continue;
