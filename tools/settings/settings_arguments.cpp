@@ -10,6 +10,10 @@ constexpr char kAbout[] =
     "Show and change the settings of the product's programs. Passwords are shown only with --show-passwords (list) and "
     "--password (get).";
 
+constexpr char kSection[] = "A group of settings; in the preferences it may have slashes in it";
+constexpr char kItem[] = "A setting's name there";
+constexpr char kPlaces[] = "The shared settings are meant unless --hidden or --preferences is given.";
+
 using Run = int (*)(SettingsOptions const&);
 using Options = std::shared_ptr<SettingsOptions>;
 
@@ -31,6 +35,7 @@ CLI::App* AddAction(CLI::App& oSettings, CommandContext& oContext, Options const
                     char const* szAbout, Run Do) {
     CLI::App* const pAction = oSettings.add_subcommand(szName, szAbout);
     pAction->fallthrough()->allow_extras(); // the place may be named behind the action as well
+    pAction->footer(kPlaces);
     pAction->callback([&oSettings, pOptions, &oContext, Do] {
         RefuseMore(oSettings);
         oContext.nExitStatus = Do(*pOptions);
@@ -68,14 +73,14 @@ void AddSettingsCommand(CLI::App& oApp, CommandContext& oContext) {
 
     CLI::App* const pGet =
         AddAction(*pCommand, oContext, pOptions, "get", "Print the value of a setting", RunSettingsGet);
-    pGet->add_option("SECTION", pOptions->szSection)->required();
-    pGet->add_option("ITEM", pOptions->szItem)->required();
+    pGet->add_option("SECTION", pOptions->szSection, kSection)->required();
+    pGet->add_option("ITEM", pOptions->szItem, kItem)->required();
     AddFlag(*pGet, "--password", pOptions->bPassword, "The item's password, in clear");
 
     CLI::App* const pSet =
         AddAction(*pCommand, oContext, pOptions, "set", "Set a setting and read it back", RunSettingsSet);
-    pSet->add_option("SECTION", pOptions->szSection)->required();
-    pSet->add_option("ITEM", pOptions->szItem)->required();
+    pSet->add_option("SECTION", pOptions->szSection, kSection)->required();
+    pSet->add_option("ITEM", pOptions->szItem, kItem)->required();
     pSet->add_option("VALUE", pOptions->szValue,
                      "Without it the value is asked for, or taken from standard input: better for a password, for "
                      "others can see command lines. Behind -- it may begin with a dash");
@@ -84,12 +89,12 @@ void AddSettingsCommand(CLI::App& oApp, CommandContext& oContext) {
 
     CLI::App* const pList = AddAction(*pCommand, oContext, pOptions, "list",
                                       "Print every setting, or those of a section, one a line", RunSettingsList);
-    pList->add_option("SECTION", pOptions->szSection);
+    pList->add_option("SECTION", pOptions->szSection, kSection);
     AddFlag(*pList, "--show-passwords", pOptions->bPassword, "Passwords in clear");
 
     CLI::App* const pDelete = AddAction(*pCommand, oContext, pOptions, "delete",
                                         "Delete an item and its password, or a whole section", RunSettingsDelete);
-    pDelete->add_option("SECTION", pOptions->szSection)->required();
-    pDelete->add_option("ITEM", pOptions->szItem);
+    pDelete->add_option("SECTION", pOptions->szSection, kSection)->required();
+    pDelete->add_option("ITEM", pOptions->szItem, kItem);
     AddForce(*pDelete, *pOptions);
 }
