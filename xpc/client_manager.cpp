@@ -2,12 +2,18 @@
 
 #include "xpc/code_hold.h"
 
+#include <atomic>
 #include <exception>
+#include <unistd.h>
 
 constinit LRecursiveMutex LXPCClientManager::mtxClients;
 constinit LImmortal<LList<LXPCClientListable>> LXPCClientManager::lClients;
 constinit LImmortal<LList<LXPCClientListable>> LXPCClientManager::lLeaving;
 constinit long LXPCClientManager::nClientCount = 0;
+
+namespace {
+constinit std::atomic<pid_t> nProcess{0}; // that has loaded, or made the newest client
+}
 
 int LXPCClientManager::Create(LXPCClientEventNotify* pSink) noexcept try {
     auto pClient = std::make_unique<LXPCClientListable>(pSink);
@@ -15,6 +21,7 @@ int LXPCClientManager::Create(LXPCClientEventNotify* pSink) noexcept try {
     int const nId = static_cast<int>(++nClientCount);
     pClient->nClientId = nId;
     lClients->Insert(std::move(pClient));
+    nProcess = getpid();
     return nId;
 } catch (std::exception const&) {
     return 0;
@@ -116,7 +123,12 @@ void LXPCClientManager::SendMessage(int nId, char const* szName, unsigned long n
 void LXPCClientManager::StartList() noexcept NO_THREAD_SAFETY_ANALYSIS {
     lClients->Clear();
     nClientCount = 0;
+    nProcess = getpid();
     LXPCCodeHold::Start();
+}
+
+bool LXPCClientManager::IsOwn() noexcept {
+    return nProcess == getpid();
 }
 
 void LXPCClientManager::StartMutex() noexcept {

@@ -59,6 +59,10 @@ public:
     // code that is about to go away.
     static void EndList() noexcept;
 
+    // Whether this process is the one that loaded, or has made a client since. A forked child, whose registry is a
+    // copy, must leave the two ends out otherwise: it has none of the threads that they wait for. Any thread.
+    static bool IsOwn() noexcept;
+
 private:
     static std::unique_ptr<LXPCClientListable> Unlink(int nId) noexcept;
     static std::unique_ptr<LXPCClientListable> UnlinkFirst() noexcept;

@@ -9,13 +9,12 @@
 #include "xpc/helperlink/vad_plugin_xpc_client.h"
 
 #include <iterator>
-#include <unistd.h>
 
 namespace {
 
-// A forked child that ends has the link's connections, but neither the threads that its clean-ups would wait for nor
-// any say about what those threads had locked: it leaves the link as it is.
-enum class In { EveryProcess, LoadingProcess };
+// A forked child that ends has the objects of its parent's link, but neither the threads that its clean-ups would wait
+// for nor any say about what those threads had locked: it leaves them as they are.
+enum class In { EveryProcess, ProcessOfTheLink };
 
 struct Step {
     void (*pStart)() noexcept;
@@ -49,9 +48,9 @@ void EndExceptionHandler() noexcept {
 }
 
 constexpr Step kSteps[] = {
-    {LVADFillHelperKeys, ForgetEndPoint, In::LoadingProcess},
-    {LXPCClientManager::StartList, LXPCClientManager::EndList, In::LoadingProcess},
-    {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex, In::LoadingProcess},
+    {LVADFillHelperKeys, ForgetEndPoint, In::ProcessOfTheLink},
+    {LXPCClientManager::StartList, LXPCClientManager::EndList, In::ProcessOfTheLink},
+    {LXPCClientManager::StartMutex, LXPCClientManager::EndMutex, In::ProcessOfTheLink},
     {StartHangDetector, EndHangDetector, In::EveryProcess},
     {StartDebugThreads, EndDebugThreads, In::EveryProcess},
     {StartExceptionHandler, EndExceptionHandler, In::EveryProcess},
@@ -65,14 +64,11 @@ public:
             oStep.pStart();
     }
     ~LStartup() {
-        bool const bForked = getpid() != nProcess;
+        bool const bOwnLink = LXPCClientManager::IsOwn();
         for (auto pStep = std::rbegin(kSteps); pStep != std::rend(kSteps); ++pStep)
-            if (!bForked || pStep->nEnds == In::EveryProcess)
+            if (bOwnLink || pStep->nEnds == In::EveryProcess)
                 pStep->pEnd();
     }
-
-private:
-    pid_t const nProcess = getpid();
 };
 
 LStartup const gStartup;

@@ -263,10 +263,10 @@ TEST(Startup, LeavesEveryEndOfTheProcessAsItIsWithoutTheBundle) {
 
 // The child has the event that is being told, but not the thread that tells it.
 TEST(Startup, LetsAForkedChildEndWhileTheLinkIsBusy) {
-    Bundle oBundle;
-    RecordingSink oSink;
     std::promise<void> oEntered, oLeave;
     std::shared_future<void> const oMayLeave = oLeave.get_future();
+    RecordingSink oSink;
+    Bundle oBundle; // its end waits for the event
     oSink.SetInside([&, bFirst = true](SinkEvent const&) mutable {
         if (std::exchange(bFirst, false))
             oEntered.set_value();
@@ -284,6 +284,22 @@ TEST(Startup, LetsAForkedChildEndWhileTheLinkIsBusy) {
     waitpid(nChild, &nStatus, 0);
     EXPECT_EQ(WEXITSTATUS(nStatus), 7);
     oLeave.set_value();
+}
+
+// As in a host that becomes a daemon between the load and its first use.
+TEST(Startup, EndsTheClientsThatAForkedChildHasMade) {
+    RecordingSink oSink;
+    std::optional<Bundle> oBundle(std::in_place);
+    auto* const pCreate = oBundle->Find<int(LXPCClientEventNotify*)>("BundleCreateClient");
+    pid_t const nChild = fork();
+    if (nChild == 0) {
+        pCreate(&oSink);
+        oBundle.reset();
+        _exit(oSink.bEnabled ? 1 : 7);
+    }
+    int nStatus = 0;
+    waitpid(nChild, &nStatus, 0);
+    EXPECT_EQ(WEXITSTATUS(nStatus), 7);
 }
 
 TEST(Startup, LeavesNothingBehindAHundredTimes) {
