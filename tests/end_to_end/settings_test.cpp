@@ -73,6 +73,8 @@ TEST_F(Settings, AreSetShownAndDeleted) {
         {{"list", "Net", "--show-passwords"}, "", "Net/Login (password) = open  sesame\nNet/Login = somebody\n"},
         {{"--hidden", "set", "S", "i", ""}, "", ""},
         {{"list", "--hidden"}, "", "S/i = \n"},
+        {{"--hidden", "set", "S", "i", "\x1B[\xC2\x9B\\\xC2\xA0"}, "", ""},
+        {{"list", "--hidden"}, "", "S/i = \\x1B[\\xC2\\x9B\\\\\xC2\xA0\n"},
         {{"--preferences", "set", "Records/Item 1", "Na=me", "\xC3\xA4"}, "", ""},
         {{"--preferences", "set", "Records/Item 1", "Login", "--password"}, "echo 'open sesame'", ""},
         {{"--preferences", "set", "Records", "Co\nunt", "1"}, "", ""},

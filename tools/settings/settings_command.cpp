@@ -28,16 +28,46 @@ std::unique_ptr<SettingsStore> Open(SettingsOptions const& oOptions) {
     return pStore;
 }
 
+// The text as one line that a terminal obeys nothing of: control characters, U+0080 to U+009F too, as their bytes'
+// codes.
+std::string Harmless(std::string const& szText) {
+    std::string szLine;
+    for (std::size_t n = 0; n < szText.size(); ++n) {
+        auto const ByteAt = [&](std::size_t nAt) {
+            return static_cast<unsigned char>(nAt < szText.size() ? szText[nAt] : 0);
+        };
+        unsigned char const c = ByteAt(n), cNext = ByteAt(n + 1);
+        bool const bPair = c == 0xC2 && cNext >= 0x80 && cNext < 0xA0;
+        char szCode[12] = {szText[n], '\0'};
+        if (c == '\n' || c == '\t')
+            std::snprintf(szCode, sizeof szCode, "\\%c", c == '\n' ? 'n' : 't');
+        else if (bPair)
+            std::snprintf(szCode, sizeof szCode, "\\x%02X\\x%02X", c, cNext);
+        else if (c < ' ' || c == 0x7F)
+            std::snprintf(szCode, sizeof szCode, "\\x%02X", c);
+        szLine += szCode;
+        n += bPair;
+    }
+    return szLine;
+}
+
+// The same for values and names, of which a backslash may be a part.
+std::string OneLine(std::string szValue) {
+    for (std::size_t n = 0; (n = szValue.find('\\', n)) != std::string::npos; n += 2)
+        szValue.insert(n, 1, '\\');
+    return Harmless(szValue);
+}
+
 void WarnOfDamage(SettingsStore const& oStore) {
     if (std::string const szDamage = oStore.Damage(); !szDamage.empty())
         std::fprintf(stderr, "lumora settings: %s can be read only as far as there is no error: %s\n",
-                     oStore.Where().c_str(), szDamage.c_str());
+                     oStore.Where().c_str(), Harmless(szDamage).c_str());
 }
 
 void RefuseDamage(SettingsStore const& oStore, bool bForce) {
     if (std::string const szDamage = oStore.Damage(); !szDamage.empty() && !bForce)
         throw Failure(ExitCode::Input, "there is an error in " + oStore.Where() +
-                                           ", and a change would drop what can't " + "be read: " + szDamage +
+                                           ", and a change would drop what can't " + "be read: " + Harmless(szDamage) +
                                            "\nRepair the file, or say --force.");
 }
 
@@ -60,18 +90,6 @@ void Change(SettingsStore& oStore, std::function<bool()> const& Do, std::functio
                                     : " There is a password: say --password to see it.";
     throw Failure(ExitCode::Input, std::string("there is no ") + (oOptions.bPassword ? "password " : "setting ") +
                                        NameOf(oOptions) + " in " + oStore.Where() + "." + szHint);
-}
-
-// One line, whatever is in it.
-std::string OneLine(std::string const& szValue) {
-    std::string szLine;
-    for (char const c : szValue) {
-        char szCode[8];
-        std::snprintf(szCode, sizeof szCode, "\\x%02X", static_cast<unsigned char>(c));
-        bool const bControl = (c >= 0 && c < ' ') || c == '\x7F';
-        szLine += c == '\\' ? "\\\\" : c == '\n' ? "\\n" : c == '\t' ? "\\t" : bControl ? szCode : std::string(1, c);
-    }
-    return szLine;
 }
 
 } // namespace
