@@ -78,7 +78,7 @@ private:
 
 void LXMLCursor::Store() const noexcept {
     oLoader.nPosition = Position();
-    oLoader.nLine = nLine;
+    oLoader.nLine = static_cast<std::int32_t>(nLine);
     oLoader.nColumn = static_cast<std::int32_t>(Position() - nLineStart + 1);
 }
 

@@ -13,7 +13,8 @@ class LXMLCursor {
 public:
     explicit LXMLCursor(LXMLLoader& oOwner) noexcept
         : oLoader(oOwner), pAt(oOwner.szText + oOwner.nPosition),
-          nLineStart(oOwner.nPosition + 1 - static_cast<std::size_t>(oOwner.nColumn)), nLine(oOwner.nLine) {}
+          nLineStart(oOwner.nPosition + 1 - static_cast<std::size_t>(oOwner.nColumn)),
+          nLine(static_cast<std::uint32_t>(oOwner.nLine)) {}
     ~LXMLCursor() { Store(); }
     LXMLCursor(LXMLCursor const&) = delete;
     LXMLCursor& operator=(LXMLCursor const&) = delete;
@@ -96,6 +97,6 @@ private:
     LXMLLoader& oLoader;
     char const* pAt;
     std::size_t nLineStart; // the position of the line's first character; wraps where a caller's column is past that
-    std::int32_t nLine;
+    std::uint32_t nLine;    // wraps in a text of more breaks than a loader can count
     bool bCut = false;
 };

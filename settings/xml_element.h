@@ -71,7 +71,8 @@ public:
     bool TestFieldExists(char const* szField) const noexcept;
 
     // Each Get gives the default where there is no such field; GetFloat also where the field is empty. `szOut`, of
-    // kLNameSize bytes, takes the first 259. A decimal point is read and written as the process's locale has it.
+    // kLNameSize bytes, takes the first 259, and may be the default. A decimal point is read and written as the
+    // process's locale has it.
     void GetString(char const* szField, char const* szDefault, char* szOut) const noexcept;
     int GetInt(char const* szField, int nDefault) const noexcept; // leading decimal digits, as strtol; else 0
     double GetFloat(char const* szField) const noexcept;          // as strtod; 0 where there is no such field

@@ -47,9 +47,9 @@ bool LXMLElement::TestFieldExists(char const* szField) const noexcept {
 
 void LXMLElement::GetString(char const* szField, char const* szDefault, char* szOut) const noexcept {
     LXMLElement const* const pField = GetElement(szField);
-    LFixedWriter oOut(szOut, kLNameSize);
-    if (char const* const szValue = pField ? pField->GetElementData() : szDefault)
-        oOut.Add(szValue);
+    char const* const szValue = pField ? pField->GetElementData() : szDefault;
+    if (szValue != szOut)
+        LFixedWriter(szOut, kLNameSize).Add(szValue ? szValue : "");
 }
 
 int LXMLElement::GetInt(char const* szField, int nDefault) const noexcept {

@@ -105,6 +105,9 @@ TEST(XMLElement, ReadsAndChangesFields) {
     EXPECT_EQ(String(oDocument, "d"), ""); // only the first child's own data
     EXPECT_EQ(String(oDocument, "l"), szLong.substr(0, 259));
     EXPECT_EQ(String(oDocument, ""), "t");
+    char szOwn[kLNameSize] = "own";
+    oDocument.GetString("none", szOwn, szOwn);
+    EXPECT_STREQ(szOwn, "own");
     EXPECT_EQ(oDocument.GetInt("i", 7), -12);
     EXPECT_EQ(oDocument.GetInt("e", 7), 0);
     EXPECT_EQ(oDocument.GetInt("none", 7), 7);
