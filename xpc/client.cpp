@@ -89,7 +89,7 @@ xpc_object_t LXPCClient::CreateEndPoint(char const* szName, unsigned long nInsta
     if (!oEndPoint)
         return nullptr;
     xpc_connection_set_event_handler(pCounted,
-                                     [pShared = Gate(), pPair](xpc_object_t pPeer) { OnPeer(pShared, pPair, pPeer); });
+                                     [oShared = Gate(), pPair](xpc_object_t pPeer) { OnPeer(oShared, pPair, pPeer); });
     pListener->Resume();
     LScopedLock const oLock(mtxConnections);
     lConnections.Insert(std::move(pListener));
@@ -99,10 +99,10 @@ xpc_object_t LXPCClient::CreateEndPoint(char const* szName, unsigned long nInsta
 }
 
 // Gate and pair come by value: another thread may end the listener, and with it the handler that holds them.
-void LXPCClient::OnPeer(std::shared_ptr<LXPCGate> pGate, PairPtr pPair, xpc_object_t pPeer) noexcept {
+void LXPCClient::OnPeer(LXPCGateRef oGate, PairPtr pPair, xpc_object_t pPeer) noexcept {
     if (xpc_get_type(pPeer) != XPC_TYPE_CONNECTION)
         return;
-    LXPCGate::Call const oCall(*pGate);
+    LXPCGate::Call const oCall(*oGate);
     if (oCall.Base())
         static_cast<LXPCClient*>(oCall.Base())->Accept(*pPair, static_cast<xpc_connection_t>(pPeer));
     else

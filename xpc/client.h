@@ -6,6 +6,7 @@
 #include "xpc/object.h"
 
 #include <cstddef>
+#include <memory>
 
 inline constexpr std::size_t kLXPCConnectionNameSize = 264;
 
@@ -75,7 +76,7 @@ private:
     template <class Create>
     bool ConnectNew(char const* szName, unsigned long nInstance, Create const& oCreate) noexcept;
     using PairPtr = std::shared_ptr<LXPCConnectionClient const>; // a record without a connection: name and instance
-    static void OnPeer(std::shared_ptr<LXPCGate> pGate, PairPtr pPair, xpc_object_t pPeer) noexcept;
+    static void OnPeer(LXPCGateRef oGate, PairPtr pPair, xpc_object_t pPeer) noexcept;
     void Accept(LXPCConnectionClient const& oPair, xpc_connection_t pPeer) noexcept;
     static void TurnAway(xpc_connection_t pPeer) noexcept;
     LXPCConnectionClient* Find(char const* szName, unsigned long nInstance) const noexcept REQUIRES(mtxConnections);

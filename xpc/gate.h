@@ -3,11 +3,14 @@
 
 #include "base/mutex.h"
 
+#include <atomic>
+#include <utility>
+
 class LXPCBase;
 
-// A messaging object shares its gate with every handler that it gives to the platform: event, reply, barrier, accept.
-// A handler never sees the object itself: it enters the gate, and only inside does it get at the object. The object's
-// destruction closes the gate; whoever comes later is turned away and calls nothing.
+// A messaging object shares its gate, by LXPCGateRef, with every handler that it gives to the platform: event, reply,
+// barrier, accept. A handler never sees the object itself: it enters the gate, and only inside does it get at the
+// object. The object's destruction closes the gate; whoever comes later is turned away and calls nothing.
 //
 // Closing also waits for the calls that are inside, so that on its return no sink call of the object runs any more and
 // nobody reads its keys: sink, keys and object may then be deleted. Exempt are the calls that would wait for the
@@ -63,7 +66,38 @@ private:
     static Closing* pClosing GUARDED_BY(mtxGates);
     static unsigned nClosing GUARDED_BY(mtxGates);
 
+    friend class LXPCGateRef;
+    std::atomic<long> nReferences = 0; // the owners' count; a gate on the stack has none
+
     LXPCBase& oBase;
     bool bClosed GUARDED_BY(mtxGates) = false;
     Call* pCalls GUARDED_BY(mtxGates) = nullptr;
+};
+
+// One of a gate's owners; the last one deletes it.
+class LXPCGateRef {
+public:
+    // One more reference, to a gate that has owners already or that came from `new` just now.
+    explicit LXPCGateRef(LXPCGate& oGate) noexcept : pGate(&oGate) {
+        pGate->nReferences.fetch_add(1, std::memory_order_relaxed);
+    }
+    LXPCGateRef(LXPCGateRef const& oOther) noexcept : LXPCGateRef(*oOther.pGate) {}
+    LXPCGateRef& operator=(LXPCGateRef const&) = delete;
+    ~LXPCGateRef() {
+        if (pGate && pGate->nReferences.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete pGate;
+    }
+
+    LXPCGate& operator*() const noexcept { return *pGate; }
+    LXPCGate* operator->() const noexcept { return pGate; }
+    LXPCGate* Get() const noexcept { return pGate; }
+
+    // Gives the reference away, after which this one may only be destroyed; and takes one that was given away.
+    LXPCGate* Detach() noexcept { return std::exchange(pGate, nullptr); }
+    static LXPCGateRef Adopt(LXPCGate* pCounted) noexcept { return LXPCGateRef(pCounted); }
+
+private:
+    explicit LXPCGateRef(LXPCGate* pCounted) noexcept : pGate(pCounted) {}
+
+    LXPCGate* pGate;
 };

@@ -6,7 +6,7 @@
 #include <exception>
 #include <new>
 
-LXPCBase::LXPCBase(LXPCEventNotify* pSink) : pNotify(pSink), pGate(std::make_shared<LXPCGate>(*this)) {}
+LXPCBase::LXPCBase(LXPCEventNotify* pSink) : pNotify(pSink), oGate(*new LXPCGate(*this)) {}
 
 LXPCBase::~LXPCBase() {
     StopEvents();
@@ -61,17 +61,23 @@ void LXPCBase::Send(long nConnection, xpc_object_t pMessage, bool bWantReply) {
     auto const pConnection = LXPCPointer<xpc_connection_t>(nConnection);
     if (bWantReply)
         return xpc_connection_send_message_with_reply(pConnection, pMessage, nullptr,
-                                                      [pShared = pGate, nConnection](xpc_object_t pReply) {
-                                                          OnEvent(pShared, nConnection, pReply, Origin::Reply);
+                                                      [oShared = oGate, nConnection](xpc_object_t pReply) {
+                                                          OnEvent(oShared, nConnection, pReply, Origin::Reply);
                                                       });
     xpc_connection_send_message(pConnection, pMessage);
-    xpc_connection_send_barrier(pConnection, [pShared = pGate, nConnection] { OnSent(pShared, nConnection); });
+    // A block of two plain words, which needs no memory of its own: this is the audio thread. It runs once, and so it
+    // can carry the reference as one of them.
+    LXPCGateRef oOfBarrier(oGate);
+    xpc_connection_send_barrier(pConnection, [pCounted = oOfBarrier.Get(), nConnection] {
+        OnSent(*LXPCGateRef::Adopt(pCounted), nConnection);
+    });
+    oOfBarrier.Detach();
 }
 
 void LXPCBase::SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept try {
     xpc_connection_set_event_handler(oConnection.Handle(),
-                                     [pShared = pGate, nConnection = oConnection.hConnection](xpc_object_t pEvent) {
-                                         OnEvent(pShared, nConnection, pEvent, Origin::Message);
+                                     [oShared = oGate, nConnection = oConnection.hConnection](xpc_object_t pEvent) {
+                                         OnEvent(oShared, nConnection, pEvent, Origin::Message);
                                      });
     oConnection.Resume();
 } catch (std::exception const&) { // memory ran out: the connection stays suspended, nothing comes over it
@@ -82,9 +88,8 @@ LXPCEventNotify* LXPCBase::EnabledSink() const noexcept {
 }
 
 // The gate comes by value: the handler that holds it may be replaced, and destroyed, by what the sink does.
-void LXPCBase::OnEvent(std::shared_ptr<LXPCGate> pGate, long nConnection, xpc_object_t pEvent, Origin nOrigin) noexcept
-    try {
-    LXPCGate::Call const oCall(*pGate);
+void LXPCBase::OnEvent(LXPCGateRef oGate, long nConnection, xpc_object_t pEvent, Origin nOrigin) noexcept try {
+    LXPCGate::Call const oCall(*oGate);
     LXPCBase* const pBase = oCall.Base();
     LXPCEventNotify* const pSink = pBase ? pBase->EnabledSink() : nullptr;
     if (!pSink)
@@ -97,8 +102,8 @@ void LXPCBase::OnEvent(std::shared_ptr<LXPCGate> pGate, long nConnection, xpc_ob
 } catch (...) { // the sink's, and never the platform's to catch
 }
 
-void LXPCBase::OnSent(std::shared_ptr<LXPCGate> pGate, long nConnection) noexcept try {
-    LXPCGate::Call const oCall(*pGate);
+void LXPCBase::OnSent(LXPCGate& oGate, long nConnection) noexcept try {
+    LXPCGate::Call const oCall(oGate);
     LXPCEventNotify* const pSink = oCall.Base() ? oCall.Base()->EnabledSink() : nullptr;
     if (pSink)
         pSink->EvMessageSent(nConnection);

@@ -5,8 +5,6 @@
 #include "xpc/event_notify.h"
 #include "xpc/gate.h"
 
-#include <memory>
-
 // A messaging object: sends the items that its send keys declare, decodes what arrives by its receive keys and tells
 // its sink. Connections are named by their platform handles, as `long`. Nothing throws; what can't be sent is lost, and
 // the platform's failures reach the sink as errors of the connection.
@@ -47,26 +45,25 @@ public:
     void SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept;
 
     // Ends all sink calls, as the destructor does: see there.
-    void StopEvents() noexcept { pGate->Close(); }
+    void StopEvents() noexcept { oGate->Close(); }
 
 protected:
     // For handlers of derived classes.
-    std::shared_ptr<LXPCGate> const& Gate() const noexcept { return pGate; }
+    LXPCGateRef const& Gate() const noexcept { return oGate; }
 
 private:
     enum class Origin { Message, Reply };
 
     void Send(long nConnection, xpc_object_t pMessage, bool bWantReply);
-    static void OnEvent(std::shared_ptr<LXPCGate> pGate, long nConnection, xpc_object_t pEvent,
-                        Origin nOrigin) noexcept;
-    static void OnSent(std::shared_ptr<LXPCGate> pGate, long nConnection) noexcept;
+    static void OnEvent(LXPCGateRef oGate, long nConnection, xpc_object_t pEvent, Origin nOrigin) noexcept;
+    static void OnSent(LXPCGate& oGate, long nConnection) noexcept;
     void DecodeAndNotify(long nConnection, xpc_object_t pEvent, Origin nOrigin);
     LXPCEventNotify* EnabledSink() const noexcept;
 
     LXPCEventNotify* pNotify;
     LList<LXPCDictionaryKeyListable> lSendKeys;
     LList<LXPCDictionaryKeyListable> lReceiveKeys;
-    std::shared_ptr<LXPCGate> const pGate; // shared with every handler
+    LXPCGateRef const oGate; // shared with every handler
 };
 
 // Tells the sink which of the platform's errors, told apart by identity, has reached the connection.
