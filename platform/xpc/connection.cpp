@@ -271,12 +271,12 @@ void Connection::Answer(uint64_t nReply, uint64_t nGenerationOfMessage, Dictiona
         Wake();
 }
 
-void Connection::SendBarrier(dispatch_block_t oBarrier) {
+void Connection::SendBarrier(dispatch_block_t&& oBarrier) {
     Lock oLock(mtx);
     if (bFinished)
         return RunElsewhere(nullptr, std::move(oBarrier));
     bool const bForced = oOutgoing.AddBarrier(std::move(oBarrier));
-    // While messages flow the thread comes by on its own every few milliseconds; a sender need not pay for waking it.
+    // While messages flow the thread comes by on its own now and then; a sender need not pay for waking it.
     // Barriers behind a queue come with the queue.
     bool const bMany = nTicks == 0 || oOutgoing.CountBarriers() >= kBarriersWorthWaking;
     if (bForced || (bMany && oOutgoing.HasDueBarrier()))

@@ -60,7 +60,7 @@ public:
     // `pMessage` is no reply; null, as one that can't travel, is refused. `pReply`: who hears the answer; null when
     // none is wanted.
     void Send(Dictionary const* pMessage, ReplyTarget* pReply);
-    void SendBarrier(dispatch_block_t oBarrier);
+    void SendBarrier(dispatch_block_t&& oBarrier);
     // An answer, or (null) that there is none, over the socket that the message came by or not at all.
     void Answer(uint64_t nReply, uint64_t nGenerationOfMessage, Dictionary const* pAnswer);
 

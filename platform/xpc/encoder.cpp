@@ -10,16 +10,11 @@ FrameWriter::FrameWriter(FrameKind eKind) noexcept {
     new (aSmall) FrameHeader{.eKind = eKind};
 }
 
-void FrameWriter::Put(void const* pBytes, size_t nBytes) {
-    if (lSpilled.empty() && nBytes <= sizeof aSmall - nSmall) {
-        std::memcpy(aSmall + nSmall, pBytes, nBytes);
-    } else {
-        if (lSpilled.empty())
-            lSpilled.assign(aSmall, aSmall + nSmall);
-        auto const* const p = static_cast<uint8_t const*>(pBytes);
-        lSpilled.insert(lSpilled.end(), p, p + nBytes);
-    }
-    nSmall += nBytes;
+void FrameWriter::Spill(void const* pBytes, size_t nBytes) {
+    if (lSpilled.empty())
+        lSpilled.assign(aSmall, aSmall + nSmall);
+    auto const* const p = static_cast<uint8_t const*>(pBytes);
+    lSpilled.insert(lSpilled.end(), p, p + nBytes);
 }
 
 bool FrameWriter::PutLength(size_t nLength) {

@@ -58,7 +58,14 @@ private:
     uint8_t const* Small() const noexcept { return lSpilled.empty() ? aSmall : lSpilled.data(); }
     void FillParts(OutgoingPacket& oPacket) const noexcept;
 
-    void Put(void const* pBytes, size_t nBytes);
+    void Put(void const* pBytes, size_t nBytes) {
+        if (lSpilled.empty() && nBytes <= sizeof aSmall - nSmall)
+            std::memcpy(aSmall + nSmall, pBytes, nBytes);
+        else
+            Spill(pBytes, nBytes);
+        nSmall += nBytes;
+    }
+    void Spill(void const* pBytes, size_t nBytes);
     template <class T>
     void PutValue(T const& oValue) {
         Put(&oValue, sizeof oValue);

@@ -87,7 +87,7 @@ void Outgoing::DropAll() {
     bStarved = false;
 }
 
-bool Outgoing::AddBarrier(dispatch_block_t oBarrier) {
+bool Outgoing::AddBarrier(dispatch_block_t&& oBarrier) {
     lBarriers.push_back({nEverQueued, std::move(oBarrier)});
     if (lBarriers.size() - nForced <= kMaxWaitingBarriers)
         return false;

@@ -30,7 +30,7 @@ public:
 
     // Runs once everything queued by now has left. Due at once when nothing is. Behind a peer that does not read, only
     // so many wait; when there are more, the oldest become due although their messages are still here: true then.
-    bool AddBarrier(dispatch_block_t oBarrier);
+    bool AddBarrier(dispatch_block_t&& oBarrier);
     bool HasBarriers() const { return !lBarriers.empty(); }
     size_t CountBarriers() const { return lBarriers.size(); }
     bool HasDueBarrier() const { return nForced != 0 || (!lBarriers.empty() && lBarriers.front().nAfter <= nEverLeft); }
