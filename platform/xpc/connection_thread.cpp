@@ -8,10 +8,10 @@
 namespace platform {
 namespace {
 
-// After barriers have run the thread comes by by itself for a while, so that the next need not wake it. Twenty
-// milliseconds: some fifty wakes a second at most while messages flow, none when they don't.
-constexpr timespec kTick{0, 20'000'000};
-constexpr int kTicksAfterBarriers = 16; // long enough for the slowest stream of audio blocks
+// After barriers have run the thread comes by by itself for a while, so that the next need not wake it. Fifty
+// milliseconds: some twenty wakes a second at most while messages flow, none when they don't.
+constexpr timespec kTick{0, 50'000'000};
+constexpr int kTicksAfterBarriers = 8; // long enough for the slowest stream of audio blocks
 constexpr timespec kTryAgain{0, 10'000'000};
 
 } // namespace

@@ -227,7 +227,7 @@ void xpc_connection_send_message(xpc_connection_t connection, xpc_object_t messa
 
 // Runs the block once everything sent before has been handed to the transport, or was dropped with a connection that
 // broke: on the target queue or on the connection's thread, never on the caller's, and not necessarily at once:
-// barriers that nothing else wakes the connection for may wait some 20 ms for each other. Behind a peer that stopped
+// barriers that nothing else wakes the connection for may wait some 50 ms for each other. Behind a peer that stopped
 // reading 4096 wait at most; then the oldest run, in order, although their messages are still queued here.
 void xpc_connection_send_barrier(xpc_connection_t connection, dispatch_block_t barrier);
 
