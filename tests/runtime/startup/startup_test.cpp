@@ -266,19 +266,20 @@ TEST(Startup, LetsAForkedChildEndWhileTheLinkIsBusy) {
     std::promise<void> oEntered, oLeave;
     std::shared_future<void> const oMayLeave = oLeave.get_future();
     RecordingSink oSink;
-    Bundle oBundle; // its end waits for the event
+    std::optional<Bundle> oBundle(std::in_place); // its end waits for the event
     oSink.SetInside([&, bFirst = true](SinkEvent const&) mutable {
         if (std::exchange(bFirst, false))
             oEntered.set_value();
         oMayLeave.wait();
     });
-    int const nClient = oBundle.Find<int(LXPCClientEventNotify*)>("BundleCreateClient")(&oSink);
-    EXPECT_TRUE(oBundle.Find<bool(int, char const*)>("BundleConnect")(nClient, "org.example.nobody"));
+    int const nClient = oBundle->Find<int(LXPCClientEventNotify*)>("BundleCreateClient")(&oSink);
+    EXPECT_TRUE(oBundle->Find<bool(int, char const*)>("BundleConnect")(nClient, "org.example.nobody"));
     oEntered.get_future().wait(); // that there is no such service
     pid_t const nChild = fork();
     if (nChild == 0) {
         alarm(60); // it would wait for good
-        std::exit(7);
+        oBundle.reset();
+        _exit(7); // leaks would be looked for on the threads that it does not have
     }
     int nStatus = 0;
     waitpid(nChild, &nStatus, 0);
