@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <random>
@@ -113,6 +114,18 @@ TEST(Roles, AKilledRecorderStartedAgainGoesOnRecording) {
     WaitForFrames(*pSecond, 1000);
     FinishBoth(*oPlaying.pServer, *pSecond, true);
     EXPECT_EQ(WhatIsWrongWith(oPlaying / "out.wav", kAnywhere, kAnyNumber), "");
+}
+
+TEST(Roles, ARecorderThatEndsLeavesItsPlaceToTheOneBefore) {
+    Playing oPlaying({}, 60 * 44100); // longer than any of this takes
+    auto const pSecond = oPlaying.StartRecorder("second.wav");
+    WaitForFrames(*pSecond, 1000);
+    pSecond->Command("finish");
+    EXPECT_EQ(pSecond->WaitExit(30000), 0);
+    uint64_t nBefore = 0;
+    while (auto const szLine = oPlaying.pRecorder->WaitLine(0))
+        nBefore = std::max(nBefore, EventLine::Parse(*szLine).Number("frames"));
+    WaitForFrames(*oPlaying.pRecorder, nBefore + 1);
 }
 
 TEST(Roles, AKilledHelperCostsNoAudioAndTheNextOneIsToldOfTheRecorder) {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <future>
 #include <list>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -28,9 +29,12 @@ public:
 private:
     struct Peer {
         LXPCConnection oConnection;
+        LXPCObject oEndPoint; // what it offers, if it is a recorder's
+        uint64_t nOffer = 0;  // which offer that is
         bool bPlugIn = false; // it has asked for the endpoint
         uint64_t nGiven = 0;  // the offer that it was last sent
     };
+    using News = std::vector<EventLine>; // reported after the lock is let go
 
     void Accept(xpc_object_t pPeer);
     void EvConnectionError(long nConnection, LXPCErrorType nType) override;
@@ -43,16 +47,18 @@ private:
     void RequestEndPoint(long nConnection, long nMessage);
     void Reply(long nConnection, long nMessage, LXPCData const* pItem);
     bool HandOut(Peer& oPeer, long nMessage) REQUIRES(mtx);
+    void HandOutToAll(News& lNews) REQUIRES(mtx);
+    void PassOn(News& lNews) REQUIRES(mtx);
     Peer* Find(long nConnection) REQUIRES(mtx);
+    Peer* Recorder() REQUIRES(mtx);
+    void Report(News const& lNews);
 
     std::function<void(EventLine const&)> oReporter;
     std::function<void()> oOnLost;
     LMutex mtx; // over sends too: they wait for nobody and call nobody back
     LXPCConnection oListener GUARDED_BY(mtx);
     std::list<Peer> lPeers GUARDED_BY(mtx);
-    LXPCObject oEndPoint GUARDED_BY(mtx); // the recorder's; none when there is none
-    long nRecorder GUARDED_BY(mtx) = 0;   // its connection
-    uint64_t nOffer GUARDED_BY(mtx) = 0;  // counts the endpoints offered
+    uint64_t nOffers GUARDED_BY(mtx) = 0; // so far
     LXPCBase oMessaging;                  // last: its calls of this sink end before anything else goes
 };
 
@@ -85,12 +91,10 @@ void HelperService::Core::Listen() {
 
 void HelperService::Core::Shutdown() {
     std::list<Peer> lEnding;
-    LXPCObject oForgotten;
     {
         LScopedLock oLock(mtx);
         oListener.Destroy();
         lEnding.swap(lPeers);
-        oForgotten = std::move(oEndPoint);
     }
     oMessaging.StopEvents();
 }
@@ -109,23 +113,36 @@ HelperService::Core::Peer* HelperService::Core::Find(long nConnection) {
     return nullptr;
 }
 
+// The newest offer that stands. A recorder that asked twice because it got no answer in time has two connections for a
+// while, whose events come in any order: the end of one must not hide the other.
+HelperService::Core::Peer* HelperService::Core::Recorder() {
+    Peer* pNewest = nullptr;
+    for (Peer& oPeer : lPeers)
+        if (oPeer.oEndPoint && (!pNewest || oPeer.nOffer > pNewest->nOffer))
+            pNewest = &oPeer;
+    return pNewest;
+}
+
+void HelperService::Core::Report(News const& lNews) {
+    for (EventLine const& oEvent : lNews)
+        oReporter(oEvent);
+}
+
 void HelperService::Core::EvConnectionError(long nConnection, LXPCErrorType) {
     std::list<Peer> lGone; // ended after the lock is let go
-    LXPCObject oForgotten;
+    News lNews;
     {
         LScopedLock oLock(mtx);
+        Peer const* const pRecorder = Recorder();
         for (auto it = lPeers.begin(); it != lPeers.end();) {
             auto const itNow = it++;
             if (itNow->oConnection.hConnection == nConnection)
                 lGone.splice(lGone.end(), lPeers, itNow);
         }
-        if (nRecorder == nConnection && !lGone.empty()) {
-            nRecorder = 0;
-            oForgotten = std::move(oEndPoint);
-        }
+        if (pRecorder && !lGone.empty() && pRecorder == &lGone.front())
+            PassOn(lNews);
     }
-    if (oForgotten)
-        oReporter(EventLine("recorder-gone"));
+    Report(lNews);
 }
 
 void HelperService::Core::EvMessageReceived(long nConnection, long nMessage, LXPCData const* arItems,
@@ -153,36 +170,45 @@ void HelperService::Core::OfferEndPoint(long nConnection, long nMessage, xpc_obj
     Reply(nConnection, nMessage, &oAnswer);
     if (!bGood)
         return;
-    oReporter(EventLine("recorder").Add("pid", PidOf(nConnection)));
-    LXPCObject oBefore;           // released after the lock is let go
-    std::vector<uint64_t> lGiven; // process IDs
+    LXPCObject oBefore; // released after the lock is let go
+    News lNews;
     {
         LScopedLock oLock(mtx);
-        oBefore = std::move(oEndPoint);
-        oEndPoint = LXPCObject::Retained(pEndPoint);
-        nRecorder = nConnection;
-        ++nOffer;
-        for (Peer& oPeer : lPeers)
-            if (oPeer.bPlugIn && HandOut(oPeer, 0))
-                lGiven.push_back(PidOf(oPeer.oConnection.hConnection));
+        Peer* const pPeer = Find(nConnection);
+        if (!pPeer)
+            return;
+        oBefore = std::exchange(pPeer->oEndPoint, LXPCObject::Retained(pEndPoint));
+        pPeer->nOffer = ++nOffers;
+        lNews.push_back(EventLine("recorder").Add("pid", PidOf(nConnection)));
+        HandOutToAll(lNews);
     }
-    for (uint64_t const nPid : lGiven)
-        oReporter(EventLine("handed-out").Add("pid", nPid));
+    Report(lNews);
+}
+
+// The recorder has gone, and the one before it, if it is still there, takes its place.
+void HelperService::Core::PassOn(News& lNews) {
+    lNews.push_back(EventLine("recorder-gone"));
+    if (Peer const* const pNext = Recorder()) {
+        lNews.push_back(EventLine("recorder").Add("pid", PidOf(pNext->oConnection.hConnection)));
+        HandOutToAll(lNews);
+    }
 }
 
 void HelperService::Core::WithdrawEndPoint(long nConnection, long nMessage) {
-    LXPCObject oForgotten;
+    LXPCObject oWithdrawn;
+    News lNews;
     {
         LScopedLock oLock(mtx);
-        if (nRecorder == nConnection) {
-            nRecorder = 0;
-            oForgotten = std::move(oEndPoint);
+        Peer const* const pRecorder = Recorder();
+        if (Peer* const pPeer = Find(nConnection)) {
+            oWithdrawn = std::exchange(pPeer->oEndPoint, LXPCObject());
+            if (pPeer == pRecorder)
+                PassOn(lNews);
         }
     }
-    LXPCData const oAnswer("CLOSE_ENDPOINT_REPLY", LXPCDataType_Bool, oForgotten ? 1 : 0);
+    LXPCData const oAnswer("CLOSE_ENDPOINT_REPLY", LXPCDataType_Bool, oWithdrawn ? 1 : 0);
     Reply(nConnection, nMessage, &oAnswer);
-    if (oForgotten)
-        oReporter(EventLine("recorder-gone"));
+    Report(lNews);
 }
 
 void HelperService::Core::RequestEndPoint(long nConnection, long nMessage) {
@@ -204,17 +230,24 @@ void HelperService::Core::RequestEndPoint(long nConnection, long nMessage) {
 // In the reply to nMessage, or as a message of its own with 0. False when there is none to give, and when the plug-in
 // has it: it would leave its connection to the recorder for a new one, in the middle of playing.
 bool HelperService::Core::HandOut(Peer& oPeer, long nMessage) {
-    if (!oEndPoint || oPeer.nGiven == nOffer)
+    Peer const* const pRecorder = Recorder();
+    if (!pRecorder || oPeer.nGiven == pRecorder->nOffer)
         return false;
-    oPeer.nGiven = nOffer;
+    oPeer.nGiven = pRecorder->nOffer;
     LList<LXPCDataListable> lItems;
-    AddItem(lItems, LXPCData(kVADKeySendEndPoint, LXPCDataType_Object, LXPCValue(oEndPoint.Get())));
+    AddItem(lItems, LXPCData(kVADKeySendEndPoint, LXPCDataType_Object, LXPCValue(pRecorder->oEndPoint.Get())));
     long const nConnection = oPeer.oConnection.hConnection;
     if (nMessage != 0)
         oMessaging.SendReply(nConnection, nMessage, lItems);
     else
         oMessaging.SendMessage(nConnection, lItems, false);
     return true;
+}
+
+void HelperService::Core::HandOutToAll(News& lNews) {
+    for (Peer& oPeer : lPeers)
+        if (oPeer.bPlugIn && HandOut(oPeer, 0))
+            lNews.push_back(EventLine("handed-out").Add("pid", PidOf(oPeer.oConnection.hConnection)));
 }
 
 HelperService::HelperService(std::function<void(EventLine const&)> oReport, std::function<void()> oLost)

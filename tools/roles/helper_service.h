@@ -7,7 +7,7 @@
 #include <memory>
 
 // A recorder gives it its endpoint (NEW_ENDPOINT) and takes it back (CLOSE_ENDPOINT); the newest recorder counts, and
-// one that dies is forgotten. A plug-in asks for it (REQUEST_ENDPOINT): it gets the endpoint in the reply, or an empty
+// when it dies or takes its endpoint back, the one before it that is still there. A plug-in asks for it (REQUEST_ENDPOINT): it gets the endpoint in the reply, or an empty
 // reply and the endpoint as a message when a recorder comes. Every plug-in that has ever asked is sent each new
 // endpoint, which is how a recorder that was started again is found.
 //
