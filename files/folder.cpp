@@ -40,7 +40,8 @@ bool LFile::CreateFolderTree(char const* szFolder) noexcept {
     if (strnlen(szFolder, kLNameSize) == kLNameSize)
         return false; // its parents would be those of another path
     CutAtLastSeparator(szParent, szFolder);
-    if (*szParent && !FileExists(szParent) && !CreateFolderTree(szParent))
+    // Another process may make it at the same moment.
+    if (*szParent && !FileExists(szParent) && !CreateFolderTree(szParent) && !FileExists(szParent))
         return false;
     return mkdir(szFolder, 0777) == 0;
 }
