@@ -1,8 +1,10 @@
 #include "tests/harness/faults.h"
 
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #define UNSEEN [[gnu::noinline, gnu::no_sanitize("address"), gnu::no_sanitize("thread"), gnu::no_sanitize("undefined")]]
@@ -45,4 +47,14 @@ UNSEEN void FaultStack() {
     if (arFrame[0])
         FaultStack();
     arFrame[1] = 1; // after the call, so that the frame stays
+}
+
+std::string Dispositions() {
+    std::string szAll;
+    for (int const nSignal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
+        char arNow[32]{};
+        syscall(SYS_rt_sigaction, nSignal, nullptr, arNow, 8);
+        szAll.append(arNow, sizeof arNow);
+    }
+    return szAll;
 }

@@ -13,7 +13,6 @@
 #include <mach/task.h>
 #include <pthread.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -73,17 +72,6 @@ mach_msg_return_t Answer(__Request__mach_exception_raise_t const& request, kern_
 void AwaitReceiver() {
     while (PlatformReceivers() == 0)
         std::this_thread::yield();
-}
-
-// All that the kernel says of the four signals, without what the C library makes of it.
-std::string Dispositions() {
-    std::string text;
-    for (int const signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
-        char now[32]{};
-        syscall(SYS_rt_sigaction, signal, nullptr, now, 8);
-        text.append(now, sizeof now);
-    }
-    return text;
 }
 
 int StatusOf(std::function<void()> const& body) {

@@ -18,7 +18,6 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -178,17 +177,6 @@ void ExitInFork() {
     int nStatus = 0;
     waitpid(nChild, &nStatus, 0);
     _exit(WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 99);
-}
-
-// The kernel's own words on the four signals.
-std::string Dispositions() {
-    std::string szAll;
-    for (int const nSignal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
-        char arNow[32]{};
-        syscall(SYS_rt_sigaction, nSignal, nullptr, arNow, 8);
-        szAll.append(arNow, sizeof arNow);
-    }
-    return szAll;
 }
 
 } // namespace
