@@ -9,7 +9,6 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 
 namespace {
@@ -106,11 +105,7 @@ Row OneSetting(int nRounds) {
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_cipher [--quick]\n");
-        return 2;
-    }
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
     int const nRounds = bQuick ? 30 : 300;
     std::vector<Row> lRows;
     AddBlowFish(lRows, nRounds);

@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -44,22 +43,6 @@ void WaitUntil(std::function<bool()> const& isTrue, char const* szWhat, uint64_t
         if (NowNs() > nEnd)
             Fail(std::string("gave up waiting for ") + szWhat);
 }
-
-// The service folder of this run, removed at its end.
-class ServiceFolder {
-public:
-    ServiceFolder() {
-        char szTemplate[] = "/tmp/lumora-bench-XXXXXX";
-        if (mkdtemp(szTemplate) == nullptr)
-            Fail("can't make a folder under /tmp");
-        szPath = szTemplate;
-        setenv("XDG_RUNTIME_DIR", szTemplate, 1);
-    }
-    ~ServiceFolder() { std::filesystem::remove_all(szPath); }
-
-private:
-    std::string szPath;
-};
 
 // The bundle, loaded and initialised as a server does it.
 class Device {
@@ -310,7 +293,8 @@ double BareRoundTripUs(int nFigures, int nRounds) {
 }
 
 int Run(bool bQuick) {
-    ServiceFolder const oFolder;
+    ScratchFolder const oServices;
+    setenv("XDG_RUNTIME_DIR", oServices.Path().c_str(), 1);
     int nBareFigures = -1, nFigures = -1;
     SharedFigures* const pBareFigures = SharedFigures::Create(nBareFigures);
     SharedFigures* const pFigures = SharedFigures::Create(nFigures);
@@ -370,9 +354,5 @@ int main(int nArguments, char** ppArguments) {
             RunRecorderRole(nFigures);
         RunReaderRole(nFigures, nSocket, szRole == "echo");
     }
-    if (szFirst != "" && szFirst != "--quick") {
-        std::fprintf(stderr, "usage: bench_device [--quick]\n");
-        return 2;
-    }
-    return Run(szFirst == "--quick");
+    return Run(IsQuickRun(nArguments, ppArguments));
 }

@@ -84,16 +84,10 @@ Row Search(fs::path const& oFolder, bool bOurs, int nRounds) {
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_diagnostics [--quick]\n");
-        return 2;
-    }
-    std::string szFolder = fs::temp_directory_path() / "lumora_bench_XXXXXX";
-    if (!mkdtemp(szFolder.data()))
-        return 2;
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
+    ScratchFolder const oFolder;
     int const nRounds = bQuick ? 3 : 20;
-    std::vector<Row> const lRows{XIString(nRounds), Search(szFolder, true, nRounds), Search(szFolder, false, nRounds)};
-    fs::remove_all(szFolder);
+    std::vector<Row> const lRows{XIString(nRounds), Search(oFolder.Path(), true, nRounds),
+                                 Search(oFolder.Path(), false, nRounds)};
     return PrintRows(lRows) ? 0 : 1;
 }

@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -252,21 +251,14 @@ Row LargeFile(fs::path const& oFolder, size_t nMegabytes, int nRounds) {
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_files [--quick]\n");
-        return 2;
-    }
-    std::string szFolder = fs::temp_directory_path() / "lumora_bench_XXXXXX";
-    if (!mkdtemp(szFolder.data()))
-        return 2;
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
+    ScratchFolder const oFolder;
     std::vector<Row> lRows;
     AddUnicode(lRows, bQuick ? 10 : 60);
-    lRows.push_back(LoadText(szFolder, bQuick ? 3 : 15));
+    lRows.push_back(LoadText(oFolder.Path(), bQuick ? 3 : 15));
     lRows.push_back(Paths(bQuick ? 3 : 15));
     lRows.push_back(Dates(bQuick ? 3 : 15));
-    AddTrees(lRows, szFolder, bQuick ? 2'000 : 20'000, bQuick ? 2 : 3);
-    lRows.push_back(LargeFile(szFolder, bQuick ? 100 : 1024, bQuick ? 2 : 3));
-    fs::remove_all(szFolder);
+    AddTrees(lRows, oFolder.Path(), bQuick ? 2'000 : 20'000, bQuick ? 2 : 3);
+    lRows.push_back(LargeFile(oFolder.Path(), bQuick ? 100 : 1024, bQuick ? 2 : 3));
     return PrintRows(lRows) ? 0 : 1;
 }

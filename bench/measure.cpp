@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <sched.h>
 #include <sstream>
@@ -19,6 +21,31 @@ void SleepUntilNs(uint64_t nInstantNs) {
                             static_cast<long>(nInstantNs % 1'000'000'000)};
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &oInstant, nullptr) != 0)
         ;
+}
+
+bool IsQuickRun(int nArguments, char** ppArguments) {
+    std::string const szArgument(nArguments > 1 ? ppArguments[1] : "");
+    if (nArguments == 1 || (nArguments == 2 && szArgument == "--quick"))
+        return nArguments == 2;
+    bool const bAsked = szArgument == "--help" || szArgument == "-h";
+    std::fprintf(
+        bAsked ? stdout : stderr,
+        "usage: %s [--quick]\n\nPrints a table of measurements beside their yardsticks. Exits with 1 when a row "
+        "does not hold.\n\n  --quick   a tenth of the time, for a look\n",
+        std::filesystem::path(ppArguments[0]).filename().c_str());
+    std::exit(bAsked ? 0 : 2);
+}
+
+ScratchFolder::ScratchFolder() : szPath(std::filesystem::temp_directory_path() / "lumora-bench-XXXXXX") {
+    if (!mkdtemp(szPath.data())) {
+        std::perror(szPath.c_str());
+        std::abort();
+    }
+}
+
+ScratchFolder::~ScratchFolder() {
+    std::error_code oIgnored;
+    std::filesystem::remove_all(szPath, oIgnored);
 }
 
 void StayOnProcessor(int nProcessor) {

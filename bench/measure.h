@@ -19,6 +19,24 @@ void StayOnProcessor(int nProcessor);
 // SCHED_FIFO for the calling thread alone, as an audio server's IO thread has it; false where that is not permitted.
 bool AskForRealTime();
 
+// Whether the command line says --quick. Says how it is used and ends the process when it asks for that, or says
+// anything else.
+bool IsQuickRun(int nArguments, char** ppArguments);
+
+// A folder of this run's own, under the folder for temporary files; deleted at its end. Aborts when none can be made.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(ScratchFolder const&) = delete;
+    ScratchFolder& operator=(ScratchFolder const&) = delete;
+
+    std::string const& Path() const { return szPath; }
+
+private:
+    std::string szPath;
+};
+
 // The value below which `fShare` (0 to 1) of the samples lie; sorts them. 0 without samples.
 uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare);
 

@@ -59,15 +59,9 @@ Row Step(Shape const& oShape, int nRounds) {
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string_view(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_preferences [--quick]\n");
-        return 2;
-    }
-    std::string szHome = std::filesystem::temp_directory_path() / "lumora_bench_XXXXXX";
-    if (!mkdtemp(szHome.data()))
-        return 2;
-    setenv("CFFIXED_USER_HOME", szHome.c_str(), 1);
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
+    ScratchFolder const oHome;
+    setenv("CFFIXED_USER_HOME", oHome.Path().c_str(), 1);
     std::vector<Row> lRows;
     for (Shape const& oShape : {
              Shape{"next key among 10,000 records below one path; beside copying the key list", "Records/Item%05d/Name",
@@ -76,6 +70,5 @@ int main(int nArguments, char** ppArguments) {
                    "Мелодия05001"},
          })
         lRows.push_back(Step(oShape, bQuick ? 20 : 200));
-    std::filesystem::remove_all(szHome);
     return PrintRows(lRows) ? 0 : 1;
 }

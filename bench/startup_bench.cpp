@@ -6,9 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -24,29 +22,12 @@ uint64_t LoadAndUnload(char const* szObject) {
     return nTaken;
 }
 
-// A home of its own: unloading deletes the run-lock file of whoever's home it is.
-class Home {
-public:
-    Home() {
-        if (!mkdtemp(szPath))
-            std::abort();
-        setenv("HOME", szPath, 1);
-    }
-    ~Home() { std::filesystem::remove_all(szPath); }
-
-private:
-    char szPath[32] = "/tmp/lumora-bench-XXXXXX";
-};
-
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_startup [--quick]\n");
-        return 2;
-    }
-    Home const oHome;
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
+    ScratchFolder const oHome; // unloading deletes the run-lock file of whoever's home it is
+    setenv("HOME", oHome.Path().c_str(), 1);
     std::vector<uint64_t> lOurs, lEmpty;
     for (int n = 0; n < (bQuick ? 100 : 1000); ++n) {
         lEmpty.push_back(LoadAndUnload(LUMORA_EMPTY_OBJECT));

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -262,11 +261,7 @@ Row Compare(char const* szWhat, Measure const& oOurs, Measure const& oYardstick,
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    bool const bQuick = nArguments > 1 && std::string(ppArguments[1]) == "--quick";
-    if (nArguments > 1 && !bQuick) {
-        std::fprintf(stderr, "usage: bench_sync [--quick]\n");
-        return 2;
-    }
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
     int const nRounds = bQuick ? 15 : 41, nTimes = bQuick ? 5'000 : 20'000;
     return PrintRows({
                Compare("event: signal, wait, reset; beside write, poll, read of a pipe", SignalWaitReset, BarePipe,

@@ -9,7 +9,6 @@
 #include <tinyxml2.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <functional>
@@ -204,8 +203,8 @@ void AddWrite(std::vector<Row>& lRows, Size const& oSize, std::string const& szT
 
 } // namespace
 
-int main(int nArguments, char** lArguments) {
-    bool const bQuick = nArguments > 1 && std::string_view(lArguments[1]) == "--quick";
+int main(int nArguments, char** ppArguments) {
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
     StayOnProcessor(0);
     std::vector<Row> lRows;
     for (Size const& oSize : {Size{"4 KB", 4'000, 1000, "µs", 1000}, Size{"1 MB", 1'000'000, 5, "ms", 1},

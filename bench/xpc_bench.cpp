@@ -8,9 +8,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <poll.h>
-#include <sched.h>
 #include <spawn.h>
 #include <string>
 #include <sys/socket.h>
@@ -64,12 +62,6 @@ ssize_t BareReceive(int nSocket, void* pBytes, size_t nBytes) {
 
 // Sender and reader each keep a processor: whether a wake crosses from one to the other changes a figure more than
 // anything measured here, and the yardstick must not win or lose by it.
-void StayOn(int nProcessor) {
-    cpu_set_t oSet;
-    CPU_ZERO(&oSet);
-    CPU_SET(static_cast<size_t>(nProcessor), &oSet);
-    ::sched_setaffinity(0, sizeof oSet, &oSet); // on a machine with one, both share it
-}
 
 // As many as one packet brings back; a run back to back makes more, and needs none.
 void Note(Times& lAges, void const* pBlock) {
@@ -290,20 +282,15 @@ private:
 
 int main(int nArguments, char** ppArguments) {
     std::string const szArgument(nArguments > 1 ? ppArguments[1] : "");
-    StayOn(szArgument == "serve" ? 1 : 0);
+    StayOnProcessor(szArgument == "serve" ? 1 : 0);
     if (szArgument == "serve")
         ServeXpc();
-    char szFolder[] = "/tmp/lumora-bench-XXXXXX";
-    ::setenv("XDG_RUNTIME_DIR", ::mkdtemp(szFolder), 1);
-    bool bHolds;
-    {
-        Bench oBench("/proc/self/exe", szArgument == "--quick");
-        oBench.BackToBack();
-        oBench.Paced();
-        oBench.RoundTrip();
-        bHolds = PrintRows(oBench.lRows);
-    }
-    std::error_code oIgnored;
-    std::filesystem::remove_all(szFolder, oIgnored);
-    return bHolds ? 0 : 1;
+    bool const bQuick = IsQuickRun(nArguments, ppArguments);
+    ScratchFolder const oServices;
+    setenv("XDG_RUNTIME_DIR", oServices.Path().c_str(), 1);
+    Bench oBench("/proc/self/exe", bQuick);
+    oBench.BackToBack();
+    oBench.Paced();
+    oBench.RoundTrip();
+    return PrintRows(oBench.lRows) ? 0 : 1;
 }

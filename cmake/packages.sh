@@ -2,7 +2,7 @@
 
 BUILD_PACKAGES="g++ cmake ninja-build ccache libcli11-dev libsndfile1-dev libsamplerate0-dev libebur128-dev libpng-dev"
 TEST_PACKAGES="libgtest-dev libgmock-dev tzdata python3"
-BENCH_PACKAGES="libbenchmark-dev libssl-dev libpugixml-dev libtinyxml2-dev libexpat1-dev"
+BENCH_PACKAGES="libssl-dev libpugixml-dev libtinyxml2-dev libexpat1-dev"
 CLANG_PACKAGES="clang"
 
 say() { printf '\n== %s\n' "$*"; }
