@@ -1,6 +1,16 @@
 #include "runtime/threads/detached_thread.h"
 
+#include "runtime/threads/process_interface_void.h"
+
 #include <utility>
+
+namespace {
+
+std::unique_ptr<LDetachedThread> Unlink(LList<LDetachedThread>& lFrom, LDetachedThread const* pThread) noexcept {
+    return lFrom.Unlink([pThread](LDetachedThread const& oListed) { return &oListed == pThread; });
+}
+
+} // namespace
 
 int LDetachedThread::StartDetached(LDetachedThreadsOwner& oOwner, int nWantedPriority) {
     // Held until the last touch of this object: the thread can't end, and so not delete it, before.
@@ -20,12 +30,10 @@ void* LDetachedThread::_ThreadCallback(void* pThread) {
     auto* const pThis = static_cast<LDetachedThread*>(static_cast<LThread*>(pThread));
     pThis->RunBody();
     LDetachedThreadsOwner* const pOwner = pThis->pOwner;
-    std::unique_ptr<LDetachedThread> pMine = pOwner->TakeToLeave(pThis);
+    std::unique_ptr<LDetachedThread> pMine = pOwner->Take(pThis);
     pThis->EndRun();
-    if (pMine) {
-        pMine.reset();
-        pOwner->HasLeft();
-    }
+    if (pMine)
+        pOwner->Leave(std::move(pMine));
     return nullptr;
 }
 
@@ -36,42 +44,60 @@ LDetachedThread& LDetachedThreadsOwner::Add(std::unique_ptr<LDetachedThread> pTh
 
 int LDetachedThreadsOwner::StartThread(std::unique_ptr<LDetachedThread> pThread, int nPriority) {
     LDetachedThread* const pListed = pThread.get();
-    std::unique_ptr<LDetachedThread> pFailed; // deleted after its mutex is released
-    LScopedLock oLock(pListed->mtxThread);
-    Add(std::move(pThread));
-    int const nResult = pListed->StartDetached(*this, nPriority);
-    if (!pListed->bRunning)
-        pFailed = Take(pListed);
+    std::unique_ptr<LDetachedThread> pFailed;
+    int nResult;
+    {
+        LScopedLock oLock(pListed->mtxThread);
+        Add(std::move(pThread));
+        nResult = pListed->StartDetached(*this, nPriority);
+        if (!pListed->bRunning)
+            pFailed = Take(pListed);
+    }
+    if (pFailed)
+        Leave(std::move(pFailed));
     return nResult;
 }
 
 void LDetachedThreadsOwner::Destruct(LDetachedThread* pThread) {
-    if (auto const pTaken = Take(pThread))
+    if (auto pTaken = Take(pThread)) {
         pTaken->StopThreadNow();
+        Leave(std::move(pTaken));
+    }
 }
 
 void LDetachedThreadsOwner::StopThreadsSoon() noexcept {
     LScopedLock oLock(mtxThreads);
-    for (auto& oThread : lThreads)
-        oThread.StopThreadSoon();
+    for (auto const* pList : {&lThreads, &lWaitedFor})
+        for (auto& oThread : *pList)
+            oThread.StopThreadSoon();
 }
 
 void LDetachedThreadsOwner::StopThreadsNow() {
-    StopThreadsSoon();
-    while (auto const pThread = TakeFirst())
-        pThread->StopThreadNow();
-    while (IsAnyLeaving())
-        oNoneLeaving.WaitSignal(kLNoTimeout);
+    LProcessInterfaceVoid oUnstoppable;
+    do { // again when a wait that ran out has put its thread back
+        StopThreadsSoon();
+        while (auto pThread = TakeFirst()) {
+            pThread->StopThreadNow();
+            Leave(std::move(pThread));
+        }
+        WaitForLeaving(oUnstoppable, LDeadline(kLNoTimeout));
+    } while (IsAnyThere());
 }
 
 bool LDetachedThreadsOwner::WaitToStop(LProcessInterface& oProcess, unsigned int nTimeout) {
     LDeadline const oDeadline(nTimeout);
-    while (auto pThread = TakeFirst())
-        if (!WaitForEnd(*pThread, oProcess, oDeadline)) {
-            Add(std::move(pThread));
-            return false;
+    auto const oPutBack = [this](LDetachedThread* pThread) { PutBack(pThread); }; // also when oProcess throws
+    using Held = std::unique_ptr<LDetachedThread, decltype(oPutBack)>;
+    do {
+        while (Held pThread{TakeFirstToWait(), oPutBack}) {
+            if (!WaitForEnd(*pThread, oProcess, oDeadline))
+                return false;
+            LeaveAfterWait(pThread.release());
         }
-    return WaitForLeaving(oProcess, oDeadline);
+        if (!WaitForLeaving(oProcess, oDeadline))
+            return false;
+    } while (IsAnyThere());
+    return true;
 }
 
 bool LDetachedThreadsOwner::WaitForEnd(LDetachedThread& oThread, LProcessInterface& oProcess,
@@ -85,34 +111,70 @@ bool LDetachedThreadsOwner::WaitForEnd(LDetachedThread& oThread, LProcessInterfa
 bool LDetachedThreadsOwner::WaitForLeaving(LProcessInterface& oProcess, LDeadline const& oDeadline) {
     while (IsAnyLeaving()) {
         unsigned int const nLeft = oDeadline.TimeLeft();
-        if (nLeft < 1 || oProcess.ProcessWaitSignal(oNoneLeaving, nLeft) != eWaitSignaled)
+        if (nLeft < 1)
             return false;
+        if (!oNoneLeaving.IsValid()) { // no descriptor was left for it: look again soon
+            if (oProcess.ProcessWait(1))
+                return false;
+        } else if (oProcess.ProcessWaitSignal(oNoneLeaving, nLeft) != eWaitSignaled) {
+            return false;
+        }
     }
     return true;
 }
 
 std::unique_ptr<LDetachedThread> LDetachedThreadsOwner::TakeFirst() noexcept {
     LScopedLock oLock(mtxThreads);
-    return lThreads.UnlinkFirst();
+    auto pTaken = lThreads.UnlinkFirst();
+    if (pTaken)
+        CountLeaving();
+    return pTaken;
 }
 
 std::unique_ptr<LDetachedThread> LDetachedThreadsOwner::Take(LDetachedThread const* pThread) noexcept {
     LScopedLock oLock(mtxThreads);
-    return lThreads.Unlink([pThread](LDetachedThread const& oListed) { return &oListed == pThread; });
-}
-
-std::unique_ptr<LDetachedThread> LDetachedThreadsOwner::TakeToLeave(LDetachedThread const* pThread) noexcept {
-    LScopedLock oLock(mtxThreads);
-    auto pTaken = lThreads.Unlink([pThread](LDetachedThread const& oListed) { return &oListed == pThread; });
-    if (pTaken) {
-        oNoneLeaving.Reset();
-        ++nLeaving;
-    }
+    auto pTaken = Unlink(lThreads, pThread);
+    if (pTaken)
+        CountLeaving();
     return pTaken;
 }
 
-void LDetachedThreadsOwner::HasLeft() noexcept {
+void LDetachedThreadsOwner::Leave(std::unique_ptr<LDetachedThread> pThread) noexcept {
+    pThread.reset();
     LScopedLock oLock(mtxThreads);
+    CountLeft();
+}
+
+LDetachedThread* LDetachedThreadsOwner::TakeFirstToWait() noexcept {
+    LScopedLock oLock(mtxThreads);
+    auto pTaken = lThreads.UnlinkFirst();
+    if (!pTaken)
+        return nullptr;
+    CountLeaving();
+    return &lWaitedFor.Insert(std::move(pTaken));
+}
+
+void LDetachedThreadsOwner::PutBack(LDetachedThread const* pThread) noexcept {
+    LScopedLock oLock(mtxThreads);
+    lThreads.Insert(Unlink(lWaitedFor, pThread));
+    CountLeft();
+}
+
+void LDetachedThreadsOwner::LeaveAfterWait(LDetachedThread const* pThread) noexcept {
+    std::unique_ptr<LDetachedThread> pTaken;
+    {
+        LScopedLock oLock(mtxThreads);
+        pTaken = Unlink(lWaitedFor, pThread);
+    }
+    Leave(std::move(pTaken));
+}
+
+void LDetachedThreadsOwner::CountLeaving() noexcept {
+    if (nLeaving++ == 0)
+        oNoneLeaving.Reset();
+}
+
+void LDetachedThreadsOwner::CountLeft() noexcept {
     if (--nLeaving == 0)
         oNoneLeaving.Signal();
 }
@@ -120,4 +182,9 @@ void LDetachedThreadsOwner::HasLeft() noexcept {
 bool LDetachedThreadsOwner::IsAnyLeaving() noexcept {
     LScopedLock oLock(mtxThreads);
     return nLeaving > 0;
+}
+
+bool LDetachedThreadsOwner::IsAnyThere() noexcept {
+    LScopedLock oLock(mtxThreads);
+    return nLeaving > 0 || !lThreads.IsEmpty();
 }

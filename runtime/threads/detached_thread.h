@@ -34,7 +34,7 @@ private:
 // Owns the threads of its list. Any thread, except the listed ones and their destructors where it says "waits".
 //
 // Each thread object is deleted once, by who takes it out of the list: the thread itself, at the end of its body, or
-// one of the operations below. A thread that has taken itself out counts as leaving until it is deleted, and whoever
+// one of the operations below. One that is taken out counts as leaving until it is deleted or put back, and whoever
 // waits for all threads waits for those too: after StopThreadsNow, or a WaitToStop that was true, no thread touches its
 // object or this owner any more.
 class LDetachedThreadsOwner {
@@ -55,7 +55,7 @@ public:
     // If the thread is listed: takes it out, stops it, waits for its end and deletes it.
     void Destruct(LDetachedThread* pThread);
 
-    // Requests all listed threads to stop and returns at once.
+    // Requests all listed threads to stop, and the one that a WaitToStop waits for, and returns at once.
     void StopThreadsSoon() noexcept;
 
     // The same, then waits for each thread's end and deletes it, until the list is empty.
@@ -68,18 +68,27 @@ public:
 private:
     friend LDetachedThread;
 
+    // Take a thread out of the list, to leave; null when there is none. Leave deletes it.
     std::unique_ptr<LDetachedThread> TakeFirst() noexcept;
     std::unique_ptr<LDetachedThread> Take(LDetachedThread const* pThread) noexcept;
+    void Leave(std::unique_ptr<LDetachedThread> pThread) noexcept;
+
+    // The same for one that is waited for meanwhile: owned by lWaitedFor until one of the two below.
+    LDetachedThread* TakeFirstToWait() noexcept;
+    void PutBack(LDetachedThread const* pThread) noexcept;
+    void LeaveAfterWait(LDetachedThread const* pThread) noexcept;
+
+    void CountLeaving() noexcept REQUIRES(mtxThreads);
+    void CountLeft() noexcept REQUIRES(mtxThreads);
+
     bool WaitForEnd(LDetachedThread& oThread, LProcessInterface& oProcess, LDeadline const& oDeadline);
     bool WaitForLeaving(LProcessInterface& oProcess, LDeadline const& oDeadline);
-
-    // Of a thread at the end of its body: null when it is not in the list.
-    std::unique_ptr<LDetachedThread> TakeToLeave(LDetachedThread const* pThread) noexcept;
-    void HasLeft() noexcept;
     bool IsAnyLeaving() noexcept;
+    bool IsAnyThere() noexcept;
 
     LMutex mtxThreads; // after a thread's mtxThread where both are held
     LList<LDetachedThread> lThreads GUARDED_BY(mtxThreads);
-    int nLeaving GUARDED_BY(mtxThreads) = 0; // threads that delete themselves at this moment
-    LSignalObject oNoneLeaving;              // signalled when the last of them has, reset when one comes
+    LList<LDetachedThread> lWaitedFor GUARDED_BY(mtxThreads); // in the hands of a WaitToStop, for others to stop
+    int nLeaving GUARDED_BY(mtxThreads) = 0;                  // threads that are out of lThreads and not yet deleted
+    LSignalObject oNoneLeaving;                               // signalled when there is none any more, until one comes
 };

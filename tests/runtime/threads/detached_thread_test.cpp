@@ -6,7 +6,9 @@
 
 #include <atomic>
 #include <functional>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -42,6 +44,19 @@ void UntilStopped(Detached& oSelf) {
 std::unique_ptr<Detached> Make(Counts& oCounts, Detached::Body oBody = {}) {
     return std::make_unique<Detached>(oCounts, std::move(oBody));
 }
+
+// Who waits through it gets to the function instead.
+class Waiter : public LProcessInterfaceVoid {
+public:
+    using Wait = std::function<LWaitResult(LSignalObjectRef oSignal, unsigned int nTimeout)>;
+    explicit Waiter(Wait oWaitInstead) : oWait(std::move(oWaitInstead)) {}
+    LWaitResult ProcessWaitSignal(LSignalObjectRef oSignal, unsigned int nTimeout) override {
+        return oWait(oSignal, nTimeout);
+    }
+
+private:
+    Wait oWait;
+};
 
 class Stopped : public LThread {
 public:
@@ -94,43 +109,54 @@ TEST(DetachedThread, WaitThatRunsOutKeepsEveryThreadListed) {
 }
 
 TEST(DetachedThread, WaitOfOneMillisecondIsAWait) {
-    class Asked : public LProcessInterfaceVoid {
-    public:
-        LWaitResult ProcessWaitSignal(LSignalObjectRef, unsigned int nTimeout) override {
-            nAsked = nTimeout;
-            return eWaitTimeout;
-        }
-        unsigned int nAsked = 0;
-    } oProcess;
+    unsigned int nAsked = 0;
+    Waiter oWaiter([&](LSignalObjectRef, unsigned int nTimeout) {
+        nAsked = nTimeout;
+        return eWaitTimeout;
+    });
     Counts oCounts;
     LDetachedThreadsOwner oOwner;
     oOwner.StartThread(Make(oCounts, UntilStopped), 31);
-    for (int n = 0; n < 10'000 && oProcess.nAsked == 0; ++n) // the millisecond may pass before it comes to that
-        oOwner.WaitToStop(oProcess, 1);
-    EXPECT_EQ(oProcess.nAsked, 1u);
+    for (int n = 0; n < 10'000 && nAsked == 0; ++n) // the millisecond may pass before it comes to that
+        oOwner.WaitToStop(oWaiter, 1);
+    EXPECT_EQ(nAsked, 1u);
 }
 
 // It looks for itself in the list while the waiter holds it, and ends without being deleted: the list gets it back.
 TEST(DetachedThread, OneThatEndsInTheHandsOfAWaiterIsNotLost) {
     Counts oCounts;
-    LSignalObject oGoOn;
     LDetachedThreadsOwner oOwner;
-    oOwner.StartThread(Make(oCounts, [&](Detached&) { oGoOn.WaitSignal(kLNoTimeout); }), 31);
-    class EndsTheThread : public LProcessInterfaceVoid {
-    public:
-        explicit EndsTheThread(LSignalObject& o) : oGoOn(o) {}
-        LWaitResult ProcessWaitSignal(LSignalObjectRef oEnded, unsigned int) override {
-            oGoOn.Signal();
-            oEnded.WaitSignal(kLNoTimeout);
-            return eWaitTimeout;
-        }
-        LSignalObject& oGoOn;
-    } oProcess(oGoOn);
-    EXPECT_FALSE(oOwner.WaitToStop(oProcess, 1'000'000));
+    oOwner.StartThread(Make(oCounts, UntilStopped), 31);
+    bool bThrow = false;
+    Waiter oWaiter([&](LSignalObjectRef oEnded, unsigned int) {
+        oOwner.StopThreadsSoon();
+        oEnded.WaitSignal(kLNoTimeout);
+        return std::exchange(bThrow, true) ? throw std::runtime_error("wait") : eWaitTimeout;
+    });
+    EXPECT_FALSE(oOwner.WaitToStop(oWaiter, 1'000'000));
+    EXPECT_THROW(oOwner.WaitToStop(oWaiter, 1'000'000), std::runtime_error);
     EXPECT_EQ(oCounts.nDeleted, 0);
     LProcessInterfaceVoid oVoid;
     EXPECT_TRUE(oOwner.WaitToStop(oVoid, kLNoTimeout));
     EXPECT_EQ(oCounts.nDeleted, 1);
+}
+
+TEST(DetachedThread, OneInTheHandsOfAWaiterIsWaitedForAndStoppedByOthersToo) {
+    Counts oCounts;
+    LDetachedThreadsOwner oOwner;
+    std::thread oStopper;
+    LProcessInterfaceVoid oVoid;
+    Waiter oWaiter([&](LSignalObjectRef oEnded, unsigned int nTimeout) {
+        EXPECT_FALSE(oOwner.WaitToStop(oVoid, 1)) << "it still runs";
+        oStopper = std::thread([&] {
+            oOwner.StopThreadsNow();
+            EXPECT_EQ(oCounts.nDeleted, 1);
+        });
+        return oEnded.WaitSignal(nTimeout) ? eWaitSignaled : eWaitTimeout;
+    });
+    oOwner.StartThread(Make(oCounts, UntilStopped), 31);
+    EXPECT_TRUE(oOwner.WaitToStop(oWaiter, kLNoTimeout));
+    oStopper.join();
 }
 
 // Threads are started from two sides, end by themselves, and are stopped and collected from two other sides.
