@@ -33,8 +33,10 @@ bool LLockFile::Lock(char const* szPath) noexcept {
         fd.Reset(open(szLockPath, O_RDWR | O_CREAT | O_TRUNC | O_EXLOCK | O_NONBLOCK | O_CLOEXEC, 0777));
         if (!fd.IsOpen())
             return errno != EWOULDBLOCK;
-        if (IsStillMine())
+        if (IsStillMine()) {
+            nHolder = getpid();
             return true;
+        }
         // Its last holder deleted it between our open and our lock: nobody would meet us there.
     }
     fd.Reset();
@@ -45,7 +47,7 @@ void LLockFile::Release() noexcept {
     if (!fd.IsOpen())
         return;
     // Deleted while the lock is held: once it is free, the file may be the next holder's.
-    if (IsStillMine())
+    if (nHolder == getpid() && IsStillMine())
         unlink(szLockPath);
     fd.Reset();
 }

@@ -4,9 +4,11 @@
 #include "base/file_descriptor.h"
 
 #include <climits>
+#include <sys/types.h>
 
 // Holds at most one lock file. The lock is the kernel's, on the open file: it ends with its holder's process, however
-// that ends. One thread at a time; two objects of one process exclude each other like two processes.
+// that ends. One thread at a time; two objects of one process exclude each other like two processes. A forked child's
+// copy leaves the file to its parent, but keeps the lock alive until it is released or the child ends.
 class LLockFile {
 public:
     LLockFile() noexcept = default;
@@ -30,4 +32,5 @@ private:
 
     LFileDescriptor fd;        // open, and locked, while a lock is held
     char szLockPath[PATH_MAX]; // of the lock file, while fd is open
+    pid_t nHolder = 0;         // the process that locked it
 };

@@ -122,6 +122,7 @@ LSystemLockMutexScope::LSystemLockMutexScope(LProcessInterface& oProcess, char c
         return;
     try {
         bLocked = Lock(oProcess);
+        nHolder = getpid();
     } catch (...) {
         RemoveSemaphore();
         throw;
@@ -129,6 +130,6 @@ LSystemLockMutexScope::LSystemLockMutexScope(LProcessInterface& oProcess, char c
 }
 
 LSystemLockMutexScope::~LSystemLockMutexScope() {
-    if (bLocked)
+    if (bLocked && nHolder == getpid())
         Unlock();
 }

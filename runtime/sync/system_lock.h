@@ -48,7 +48,7 @@ private:
     int nSemId; // of the semaphore set; -1 when there is none
 };
 
-// Holds the lock of a name from its construction to its end.
+// Holds the lock of a name from its construction to its end. The end of a forked child's copy changes nothing.
 class LSystemLockMutexScope : private LSystemLockMutex {
 public:
     // Waits for the lock until the process is to stop; does not wait when there can't be a semaphore. Throws what
@@ -60,4 +60,5 @@ public:
 
 private:
     bool bLocked = false;
+    pid_t nHolder = 0; // the process that locked it
 };

@@ -82,6 +82,9 @@ TEST(LockFile, OneHolderAtATimeAndALoserLeavesTheFileAlone) {
     LLockFile oNext;
     EXPECT_TRUE(oNext.Lock(szFile.c_str()) && oNext.IsLocked());
     EXPECT_EQ(fs::file_size(szLockFile), 0u);
+    EXPECT_EQ(ChildProcess([&](auto const&) { return oNext.Release(), 0; }).Wait(), 0);
+    EXPECT_TRUE(fs::exists(szLockFile)) << "a forked child released its parent's lock";
+    EXPECT_FALSE(LLockFile().Lock(szFile.c_str()));
 }
 
 TEST(LockFile, OneThatCantBeMadeHoldsNobodyUp) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <sys/ipc.h>
@@ -90,6 +91,16 @@ TEST_F(SystemLock, HolderThatDiesGivesItBackToAWaiterThroughInterruptions) {
     oKiller.join();
     sigaction(SIGUSR1, &oBefore, nullptr);
     oLock.Unlock();
+    EXPECT_EQ(Value(), 1);
+}
+
+TEST_F(SystemLock, ForkedChildLeavesItsParentsLockAlone) {
+    Patience oProcess(0);
+    auto pScope = std::make_unique<LSystemLockMutexScope>(oProcess, szName.c_str());
+    ASSERT_TRUE(pScope->IsLocked());
+    EXPECT_EQ(ChildProcess([&](auto const&) { return pScope.reset(), Value(); }).Wait(), 0);
+    EXPECT_EQ(Value(), 0);
+    pScope.reset();
     EXPECT_EQ(Value(), 1);
 }
 
