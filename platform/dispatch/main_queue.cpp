@@ -30,15 +30,17 @@ void MainQueueSubmit(dispatch_block_t oBlock) {
 
 bool MainQueueDrain() {
     MainQueue& oQueue = Shared();
-    std::deque<dispatch_block_t> lNow;
-    {
-        std::lock_guard oLock(oQueue.mtx);
-        lNow.swap(oQueue.lBlocks);
+    std::unique_lock oLock(oQueue.mtx);
+    std::size_t const nNow = oQueue.lBlocks.size();
+    for (std::size_t n = 0; n < nNow && !oQueue.lBlocks.empty(); ++n) { // a block may drain the others itself
+        dispatch_block_t oBlock = std::move(oQueue.lBlocks.front());
+        oQueue.lBlocks.pop_front();
+        oLock.unlock();
+        oBlock();
+        oBlock = nullptr;
+        oLock.lock();
     }
-    bool const bAny = !lNow.empty();
-    for (; !lNow.empty(); lNow.pop_front())
-        lNow.front()();
-    return bAny;
+    return nNow > 0;
 }
 
 bool MainQueueWait(std::optional<std::chrono::steady_clock::time_point> oUntil) {

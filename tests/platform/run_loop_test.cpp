@@ -32,19 +32,23 @@ NSSelector const kPerform = static_cast<NSSelector>(&Performer::Perform);
 
 TEST(RunLoop, ServesBlocksAndPerformedMethodsInOrder) {
     std::vector<int> lSeen;
-    auto* const pFirst = new Performer([&](NSObject*) { lSeen.push_back(1); });
+    auto* const pFirst = new Performer([&](NSObject*) { lSeen.push_back(2); });
     auto* const pSecond = new Performer([&](NSObject* pWith) {
         EXPECT_EQ(pWith, pFirst);
-        lSeen.push_back(2);
+        lSeen.push_back(3);
     });
     pFirst->performSelectorOnMainThread(kPerform, nullptr, false);
     pSecond->performSelectorOnMainThread(kPerform, pFirst, false);
     pFirst->release(); // retained until they have been performed
     pSecond->release();
+    dispatch_async(dispatch_get_main_queue(), [&] {
+        dispatch_async(dispatch_get_main_queue(), [&] { lSeen.push_back(1); });
+        RunMainLoopDry(); // a run within the other, which passes nobody over
+    });
     dispatch_async(dispatch_get_main_queue(), [&] { lSeen.push_back(0); });
     EXPECT_TRUE(lSeen.empty());
     RunMainLoopDry();
-    EXPECT_EQ(lSeen, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(lSeen, (std::vector<int>{0, 1, 2, 3}));
     EXPECT_EQ(PlatformCountLiveNSObjects(), 0);
 }
 
