@@ -4,6 +4,8 @@
 
 #include <mach/mach_time.h>
 
+#include <algorithm>
+
 namespace platform {
 
 static DispatchHeader& HeaderOf(dispatch_object_t pObject) {
@@ -19,7 +21,8 @@ std::optional<std::chrono::steady_clock::time_point> RealDeadline(dispatch_time_
         return oWhen;
     uint64_t const nNow = mach_absolute_time();
     uint64_t const nAhead = nWhen > nNow ? NanosecondsOfTicks(nWhen - nNow) : 0;
-    return std::chrono::steady_clock::now() + std::chrono::nanoseconds(nAhead);
+    constexpr uint64_t kCentury = 3'200'000'000'000'000'000; // later instants would not fit the clock's type
+    return std::chrono::steady_clock::now() + std::chrono::nanoseconds(std::min(nAhead, kCentury));
 }
 
 } // namespace platform
