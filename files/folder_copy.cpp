@@ -99,7 +99,7 @@ public:
                 LFile::_MakeFilePath(szTo, szTarget, oSource.GetName(), "") >= static_cast<int>(kLNameSize))
                 continue;
             if (oSource.IsFolder())
-                CopyFolder(oSource, szFrom, szTo);
+                CopyFolder(oSource, szTo);
             else
                 LFile::CopyFile(szFrom, szTo);
         } while (oSource.Next());
@@ -107,18 +107,16 @@ public:
 
 private:
     // A link that stands where the target's folder should be is not written through.
-    void CopyFolder(LFile::FolderIterator const& oParent, char const* szFrom, char const* szTo) const noexcept {
+    void CopyFolder(LFile::FolderIterator const& oParent, char const* szTo) const noexcept {
         struct stat oStatus;
         if (fstatat(oParent.GetDescriptor(), oParent.GetName(), &oStatus, AT_SYMLINK_NOFOLLOW) != 0 ||
             NumberOf(oStatus) == oRoot)
             return;
-        bool const bMade = mkdir(szTo, 0777) == 0;
+        mkdir(szTo, 0777);
         if (lstat(szTo, &oStatus) != 0 || !S_ISDIR(oStatus.st_mode))
             return;
         if (LFile::FolderIteratorAllFiles oBelow; oBelow.StartBelow(oParent))
             CopyEntries(oBelow, szTo);
-        if (bMade) // last: its mode may forbid writing, and its times end when its entries have come
-            copyfile(szFrom, szTo, nullptr, COPYFILE_METADATA | COPYFILE_NOFOLLOW);
     }
 
     FileNumber oRoot;
@@ -138,12 +136,9 @@ void LFile::CopyFolderFiles(char const* szSourceFolder, char const* szTargetFold
     struct stat oTarget;
     if (stat(szSourceFolder, &oSource) != 0 || !S_ISDIR(oSource.st_mode))
         return;
-    bool const bMade = !FolderExists(szTargetFolder);
-    if ((bMade && !CreateFolderTree(szTargetFolder)) || stat(szTargetFolder, &oTarget) != 0 ||
+    if ((!FolderExists(szTargetFolder) && !CreateFolderTree(szTargetFolder)) || stat(szTargetFolder, &oTarget) != 0 ||
         NumberOf(oSource) == NumberOf(oTarget))
         return;
     if (FolderIteratorAllFiles oFolder; oFolder.Start(szSourceFolder))
         TreeCopy(NumberOf(oTarget)).CopyEntries(oFolder, szTargetFolder);
-    if (bMade)
-        copyfile(szSourceFolder, szTargetFolder, nullptr, COPYFILE_METADATA | COPYFILE_NOFOLLOW_DST);
 }

@@ -1,9 +1,10 @@
 // Folders measured, copied and deleted, built on FolderIterator.
 //
 // Nothing here follows a symbolic link that it finds in a folder: a link is deleted, measured and copied as a link, and
-// a folder below is entered through the folder above it, so that nobody can put a link in its place meanwhile. Missing
-// folders, entries that can't be read and deletions that fail are passed over. What lies so deep that its path does not
-// fit in 259 bytes is left alone. Any thread; two calls on one tree are the caller's to avoid.
+// a folder to be listed or deleted is entered through the folder above it, so that nobody can put a link in its place
+// meanwhile. Copies are written by path: the target must not be another user's to change. Missing folders, entries that
+// can't be read and deletions that fail are passed over. What lies so deep that its path does not fit in 259 bytes is
+// left alone. Any thread; two calls on one tree are the caller's to avoid.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +26,8 @@ std::int64_t GetFolderSizeBytes(char const* szFolder, bool bRecursive) noexcept;
 bool CopyFile(char const* szSource, char const* szTarget) noexcept;
 
 // Copies all that is in one folder into another, which is made if need be, as are the folders in it; files that are
-// there already are replaced as CopyFile does it. Folders made get the attributes of their source. A target inside the
-// source is not copied into itself.
+// there already are replaced as CopyFile does it. Folders are made anew, mode 0777 less the umask, whatever their
+// source's attributes. A target inside the source is not copied into itself.
 void CopyFolderFiles(char const* szSourceFolder, char const* szTargetFolder) noexcept;
 
 // Deletes the folder and all that is in it. True when the folder itself is gone in the end; a link to a folder is left

@@ -42,7 +42,7 @@ void MakeTree(TemporaryFolder const& oFolder, std::string const& szTree) {
     fs::create_symlink("nowhere", oFolder.Path(szTree + "/dangling"));
 }
 
-// Every path below with what it is: "/" for a folder, "> target" for a link, else the bytes, or their hash; with the
+// Every path below with what it is: "/" for a folder; else "> target" for a link, or the bytes, or their hash, with the
 // mode and mtime.
 std::map<std::string, std::string> Describe(std::string const& szTree) {
     std::map<std::string, std::string> mapEntries;
@@ -52,9 +52,10 @@ std::map<std::string, std::string> Describe(std::string const& szTree) {
         std::string& szEntry = mapEntries[oEntry.path().lexically_relative(szTree)];
         if (oEntry.is_symlink())
             szEntry = "> " + fs::read_symlink(oEntry.path()).string();
-        else if (oEntry.is_directory())
+        else if (oEntry.is_directory()) {
             szEntry = "/";
-        else {
+            continue;
+        } else {
             std::ifstream oFile(oEntry.path());
             szEntry = std::string(std::istreambuf_iterator<char>(oFile), {});
             if (szEntry.size() > 100)
@@ -255,25 +256,22 @@ TEST(FolderCopy, KeepsDataLinksModesTimesAndAttributes) {
     truncate((szTree + "/sparse").c_str(), 20'000'000);
     mkfifo((szTree + "/pipe").c_str(), 0600); // opening it would wait for ever
     chmod((szTree + "/one").c_str(), 04711);
-    chmod((szTree + "/sub/ro").c_str(), 0555);
+    chmod((szTree + "/sub/ro").c_str(), 0500);
     timespec const tThen[] = {{1'000'000'000, 5}, {1'100'000'000, 123'456'789}};
-    for (char const* szName : {"/one", "/large", "/sub/deep", "/sub/ro", "/file link"})
+    for (char const* szName : {"/one", "/large", "/file link"})
         utimensat(AT_FDCWD, (szTree + szName).c_str(), tThen, AT_SYMLINK_NOFOLLOW);
     LFile::CopyFolderFiles(szTree.c_str(), szCopy.c_str());
     unlink((szTree + "/pipe").c_str());
-    auto mapSource = Describe(szTree), mapCopy = Describe(szCopy);
-    EXPECT_EQ(mapCopy, mapSource);
+    auto const mapSource = Describe(szTree);
+    EXPECT_EQ(Describe(szCopy), mapSource);
+    EXPECT_EQ(fs::status(szCopy + "/sub/ro").permissions(), fs::status(szCopy).permissions()) << "made anew";
     char szValue[8] = "";
     EXPECT_EQ(getxattr((szCopy + "/one").c_str(), "com.example.x", szValue, sizeof szValue, 0, 0), 5);
     struct stat oSparse;
     stat((szCopy + "/sparse").c_str(), &oSparse);
     EXPECT_LT(oSparse.st_blocks * 512, 1'000'000) << "a hole stays one";
     LFile::CopyFolderFiles(szTree.c_str(), szCopy.c_str()); // over itself, file by file
-    mapCopy = Describe(szCopy);
-    for (auto const& [szName, szEntry] : mapSource)
-        if (szEntry[0] != '/') { // a folder's times tell of the files replaced in it
-            EXPECT_EQ(mapCopy[szName], szEntry) << szName;
-        }
+    EXPECT_EQ(Describe(szCopy), mapSource);
 }
 
 TEST(FolderCopy, StaysInsideItsTarget) {
