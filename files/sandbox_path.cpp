@@ -55,13 +55,17 @@ bool LFile::IsPathInSandbox(char const* szPath) noexcept {
 bool LFile::MakeNonSandboxedFilePath(char* szOut, char const* szPath) noexcept {
     char szHome[kLNameSize];
     char szReal[PATH_MAX];
-    char szPrefix[kLNameSize];
+    char szPrefix[PATH_MAX];
     LCopyFixed(szPrefix, szPath); // also apart from the output, which may be the input
     *szOut = '\0';
-    if (strnlen(szPath, kLNameSize) == kLNameSize)
-        return false;
+    auto const Outside = [&](char const* szResolved, char const* szRest) {
+        bool const bOutside = ResolveOutside(szReal, szPrefix);
+        if (bOutside)
+            Give(szOut, szResolved, szRest);
+        return bOutside;
+    };
     if (FileExists(szPrefix))
-        return ResolveOutside(szReal, szPrefix) && Give(szOut, "", szReal);
+        return Outside("", szReal);
     GetHome(szHome);
     if (!IsPathInSandbox(szPrefix))
         return false;
@@ -73,7 +77,7 @@ bool LFile::MakeNonSandboxedFilePath(char* szOut, char const* szPath) noexcept {
         char const cEnd = *p;
         *p = '\0';
         if (IsLink(szPrefix))
-            return ResolveOutside(szReal, szPrefix) && Give(szOut, szReal, cEnd ? p + 1 : "");
+            return Outside(szReal, cEnd ? p + 1 : "");
         *p = cEnd;
         if (!cEnd)
             break;

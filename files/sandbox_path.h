@@ -7,7 +7,7 @@ namespace LFile {
 bool IsPathInSandbox(char const* szPath) noexcept;
 
 // Where a path of the container really leads when a symbolic link on its way leaves the container. True with that place
-// in `szOut`, 260 bytes; false with "" when it stays inside, or when the place does not fit.
+// in `szOut`, 260 bytes, or with "" when the place does not fit; false with "" when it stays inside.
 bool MakeNonSandboxedFilePath(char* szOut, char const* szPath) noexcept;
 
 // The user's home by the password database, 260 bytes. False with "" when it has none.

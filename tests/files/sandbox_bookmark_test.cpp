@@ -155,6 +155,10 @@ TEST_F(SandboxBookmarks, TheContainerNeedsNoGrantUnlessALinkLeavesIt) {
         EXPECT_EQ(LFile::MakeNonSandboxedFilePath(szOut, szOut), oRow.szOutside != nullptr) << oRow.szPath;
         EXPECT_EQ(szOut, oRow.szOutside ? oFolder.Path(oRow.szOutside) : "") << oRow.szPath;
     }
+    std::string const szFar = oFolder.Path("out/" + std::string(150, 'f') + "/" + std::string(150, 'f'));
+    fs::create_directories(szFar);
+    fs::create_symlink(szFar, oFolder.Path("home/far"));
+    EXPECT_FALSE(Manager::IsAccessAllowedByEntitlement(oFolder.Path("home/far").c_str())) << "leaves to no short path";
     EXPECT_TRUE(Add("home/sub/own", "key"));
     EXPECT_TRUE(Manager::pInstance->lFiles.IsEmpty());
     EXPECT_EQ(Keys(), "");
