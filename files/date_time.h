@@ -21,8 +21,7 @@ enum LDateOrder : std::int32_t { kDateOrderMDY = 0, kDateOrderDMY = 1, kDateOrde
 // Text out: into the caller's buffer, at least 32 bytes unless said otherwise; the empty text for the time 0 and for
 // one whose year no int holds. Text in: a text that can't be read is no error, the fields not found keep their start
 // values; a null or empty text stores 0. A year below 70 is 2000 + year, one from 70 to 1899 is 1900 + year. A time
-// that the platform can't convert
-// (-1, and therefore also the second before the epoch) leaves the stored one as it is.
+// that the platform can't convert (-1, and therefore also the second before the epoch) leaves the stored one as it is.
 //
 // Any thread may use the static operations, one thread at a time an object. Nothing allocates.
 class LDateTime : public LCalendar {

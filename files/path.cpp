@@ -108,14 +108,10 @@ void LFile::_GetFileExtensionFromPath(char* szOut, char const* szPath) noexcept 
 }
 
 void LFile::_ApplyNewFileExtension(char* szOut, char const* szPath, char const* szNewExt) noexcept {
-    char szNew[kLNameSize];
+    char szNew[kLNameSize]; // apart from the output, which may be one of the inputs
     std::size_t const nPath = strnlen(szPath, kLNameSize - 1);
-    std::size_t const nExt = strnlen(szNewExt, kLNameSize - 1);
     std::size_t const nDot = FindDot(szPath, LLastPartOfPath(szPath, nPath), nPath);
-    std::size_t nKept = std::min(nDot == 0 ? nPath : nDot, kLNameSize - 1 - nExt);
-    while (nKept < nPath && nKept != 0 && (szPath[nKept] & 0xC0) == 0x80) // not in the middle of a character
-        --nKept;
-    std::memcpy(szNew, szPath, nKept);
-    std::memcpy(szNew + nKept, szNewExt, nExt);
-    CopyPath(szOut, szNew, nKept + nExt);
+    LFixedWriter oNew(szNew);
+    oNew.Add(szPath, nDot == 0 ? nPath : nDot).Add(szNewExt);
+    std::memcpy(szOut, szNew, oNew.Length() + 1);
 }

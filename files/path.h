@@ -41,8 +41,8 @@ std::size_t _GetFileNameFromPath(char* szOut, char const* szPath) noexcept;
 // "/a/.profile".
 void _GetFileExtensionFromPath(char* szOut, char const* szPath) noexcept;
 
-// Replaces the extension or, where there is none, appends the new one. When both do not fit it is the path's end that
-// goes, not the extension: the result is never by mistake the path that came in.
+// Replaces the extension or, where there is none, appends the new one. Behind a path of nearly 259 bytes the extension
+// is cut, or left out: whoever is about to write there must look whether the result ends with it.
 void _ApplyNewFileExtension(char* szOut, char const* szPath, char const* szNewExt) noexcept;
 
 } // namespace LFile

@@ -78,10 +78,9 @@ bool LFile::GetRelativePathFromAbsolutePath(char* szOut, char const* szBaseFolde
             return Fail();
     }
     char const* const szRest = szPath + n + (szPath[n] != '\0');
-    std::size_t const nRest = std::strlen(szRest);
-    if (nRest >= kLNameSize)
-        return Fail();
-    std::memmove(szOut, szRest, nRest + 1);
+    std::size_t const nRest = strnlen(szRest, kLNameSize - 1);
+    std::memmove(szOut, szRest, nRest);
+    szOut[nRest] = '\0';
     return true;
 }
 

@@ -11,8 +11,7 @@ namespace LFile {
 void MakeAbsoluteFilePath(char* szOut, char const* szBaseFolder, char const* szPath, char const* szExt) noexcept;
 
 // What is left of the path behind the base folder, without a separator in front; "" for the folder itself. False, and
-// "", when the path does not lie in the base folder (letter case counts; the two separators are equal) or when the
-// rest does not fit.
+// "", when the path does not lie in the base folder (letter case counts; the two separators are equal).
 bool GetRelativePathFromAbsolutePath(char* szOut, char const* szBaseFolder, char const* szPath) noexcept;
 
 // The first of name, name_0, name_1, ... that nothing has yet in the folder, joined with the extension. A symbolic link

@@ -73,6 +73,9 @@ TEST(PathResolve, FindsWhatLiesBehindTheBaseFolder) {
         EXPECT_EQ(LFile::GetRelativePathFromAbsolutePath(szOut, oRow.szBase, szOut), oRow.bInside);
         EXPECT_STREQ(szOut, oRow.szOut) << "in place";
     }
+    char szOut[kLNameSize];
+    EXPECT_TRUE(LFile::GetRelativePathFromAbsolutePath(szOut, "/a", ("/a/" + std::string(300, 'x')).c_str()));
+    EXPECT_EQ(szOut, std::string(259, 'x'));
 }
 
 TEST(PathResolve, CountsUpToTheFirstFreeName) {

@@ -135,14 +135,10 @@ TEST(Path, SplitsOverlongPathsWithinTheBuffer) {
         }
 }
 
-TEST(Path, NewExtensionNeverGivesBackALongPathUnchanged) {
+TEST(Path, CutsANewExtensionAtTheBuffersEnd) {
     Buffer oOut;
-    LFile::_ApplyNewFileExtension(oOut.szText, std::string(259, 'x').c_str(), ".lck");
-    EXPECT_EQ(oOut.szText, std::string(255, 'x') + ".lck");
-    LFile::_ApplyNewFileExtension(oOut.szText,
-                                  (std::string(253, 'x') + "\xE2\x82\xAC"
-                                                           "yyy")
-                                      .c_str(),
-                                  ".lck");
-    EXPECT_EQ(oOut.szText, std::string(253, 'x') + ".lck"); // no half of a character
+    for (std::size_t const nPath : {255, 256, 259, 300}) {
+        LFile::_ApplyNewFileExtension(oOut.szText, std::string(nPath, 'x').c_str(), ".lck");
+        EXPECT_EQ(oOut.szText, model::Cut(std::string(nPath, 'x') + ".lck")) << nPath;
+    }
 }
