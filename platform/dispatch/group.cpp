@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 namespace platform {
@@ -72,12 +73,17 @@ void dispatch_group_leave(dispatch_group_t group) {
 
 void dispatch_group_async(dispatch_group_t group, dispatch_queue_t queue, dispatch_block_t block) {
     dispatch_group_enter(group);
-    dispatch_async(queue, [group, oBlock = std::move(block)]() mutable {
-        if (oBlock)
-            oBlock();
-        oBlock = nullptr;
+    try {
+        dispatch_async(queue, [group, oBlock = std::move(block)]() mutable {
+            if (oBlock)
+                oBlock();
+            oBlock = nullptr;
+            dispatch_group_leave(group);
+        });
+    } catch (std::bad_alloc const&) { // it is not going to run
         dispatch_group_leave(group);
-    });
+        throw;
+    }
 }
 
 void dispatch_group_notify(dispatch_group_t group, dispatch_queue_t queue, dispatch_block_t block) {

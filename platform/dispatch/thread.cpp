@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <pthread.h>
 
 namespace platform {
@@ -32,7 +33,9 @@ sigset_t AsynchronousSignals() {
 } // namespace
 
 bool StartThread(char const* szName, std::function<void()> oBody) {
-    auto pStart = std::make_unique<Start>();
+    std::unique_ptr<Start> pStart(new (std::nothrow) Start);
+    if (!pStart)
+        return false;
     std::snprintf(pStart->szName, sizeof pStart->szName, "%s", szName);
     pStart->oBody = std::move(oBody);
 
