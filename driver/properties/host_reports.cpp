@@ -8,6 +8,7 @@
 
 #include <list>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace {
@@ -25,12 +26,19 @@ struct Queued {
     ~Queued() { dispatch_release(pGroup); } // one that is not empty keeps itself
     Queued(Queued const&) = delete;
 
-    // All have the same delay, so those that have ended are in front.
-    void AddDelayed(dispatch_block_t const& oReport) EXCLUDES(mtxQueued) {
+    // All have the same delay, so those that have ended are in front. Kept before it is handed over, but not when it
+    // can't be: what is never going to run never ends.
+    void Delay(dispatch_time_t nUntil, dispatch_block_t const& oReport) EXCLUDES(mtxQueued) {
         LScopedLock oLock(mtxQueued);
         while (!lDelayed.empty() && HasEnded(lDelayed.front()))
             lDelayed.pop_front();
         lDelayed.push_back(oReport);
+        try {
+            dispatch_after(nUntil, Queue(), oReport);
+        } catch (std::bad_alloc const&) {
+            lDelayed.pop_back();
+            throw;
+        }
     }
 
     // Whether all has ended, once the delayed reports that have not begun are given up.
@@ -91,6 +99,15 @@ QueuedPtr Work() {
     return pWork;
 }
 
+// Nothing is thrown into the host, and no change is left half told: what there is no memory to queue is not said.
+template <class Step>
+void IfThereIsMemory(Step const& step) noexcept {
+    try {
+        step();
+    } catch (std::bad_alloc const&) {
+    }
+}
+
 } // namespace
 
 void LVADReportAddresses(AudioObjectID nObjectId, UInt32 nAddresses, AudioObjectPropertyAddress const* lAddresses) {
@@ -98,25 +115,29 @@ void LVADReportAddresses(AudioObjectID nObjectId, UInt32 nAddresses, AudioObject
         pHost->PropertiesChanged(pHost, nObjectId, nAddresses, lAddresses);
 }
 
-void LVADPrepareToQueue() {
-    Work();
+void LVADPrepareToQueue() noexcept {
+    IfThereIsMemory([] { Work(); });
 }
 
-void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) {
+void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) noexcept {
     AudioObjectPropertyAddress const oAddress = LVADMainAddress(nSelector);
-    dispatch_group_async(Work()->pGroup, Queue(), [=] { LVADReportAddresses(nObjectId, 1, &oAddress); });
+    IfThereIsMemory(
+        [&] { dispatch_group_async(Work()->pGroup, Queue(), [=] { LVADReportAddresses(nObjectId, 1, &oAddress); }); });
 }
 
-void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) {
+void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) noexcept {
     AudioObjectPropertyAddress const oAddress = LVADMainAddress(nSelector);
-    dispatch_block_t const oReport = dispatch_block_create(0, [=] { LVADReportAddresses(nObjectId, 1, &oAddress); });
-    Work()->AddDelayed(oReport);
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<SInt64>(nDelay_ns)), Queue(), oReport);
+    dispatch_time_t const nUntil = dispatch_time(DISPATCH_TIME_NOW, static_cast<SInt64>(nDelay_ns));
+    IfThereIsMemory([&] {
+        Work()->Delay(nUntil, dispatch_block_create(0, [=] { LVADReportAddresses(nObjectId, 1, &oAddress); }));
+    });
 }
 
-void LVADRequestSampleRate(UInt64 nSampleRate) {
-    dispatch_group_async(Work()->pGroup, Queue(), [=] {
-        if (AudioServerPlugInHostRef const pHost = gVADHost.load(std::memory_order_acquire))
-            pHost->RequestDeviceConfigurationChange(pHost, kVADObject_Device, nSampleRate, nullptr);
+void LVADRequestSampleRate(UInt64 nSampleRate) noexcept {
+    IfThereIsMemory([=] {
+        dispatch_group_async(Work()->pGroup, Queue(), [=] {
+            if (AudioServerPlugInHostRef const pHost = gVADHost.load(std::memory_order_acquire))
+                pHost->RequestDeviceConfigurationChange(pHost, kVADObject_Device, nSampleRate, nullptr);
+        });
     });
 }

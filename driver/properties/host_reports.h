@@ -1,6 +1,6 @@
 // What the driver tells its host: changed addresses and requests. Every address has global scope and the main element.
 // Without a host (before Initialize) nothing is told; what the host answers is not looked at. Any thread, no lock held
-// but as said.
+// but as said. What there is no memory to queue is not told either.
 //
 // Work queued here runs before the bundle's code goes away: unloading, and the process's exit, wait while any is
 // pending; but delayed reports that have not begun by then are given up, for nobody is there to hear them. They stop
@@ -27,13 +27,13 @@ void LVADReportChanged(AudioObjectID nObjectId) EXCLUDES(gVADStateMutex) {
 }
 
 // Makes what queueing needs, once. Whoever queues with gVADStateMutex held calls it first, without.
-void LVADPrepareToQueue() EXCLUDES(gVADStateMutex);
+void LVADPrepareToQueue() noexcept EXCLUDES(gVADStateMutex);
 
 // Tells the host so of one property from the default-priority global queue: soon, or nDelay_ns of the host clock from
 // now. The first may be called with gVADStateMutex held.
-void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector);
-void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector);
+void LVADReportChangedSoon(AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) noexcept;
+void LVADReportChangedAfter(UInt64 nDelay_ns, AudioObjectID nObjectId, AudioObjectPropertySelector nSelector) noexcept;
 
 // Asks the host, from the default-priority global queue, for a configuration change to nSampleRate (Hz, the change's
 // action). The host stops IO, calls PerformDeviceConfigurationChange and starts again, or aborts.
-void LVADRequestSampleRate(UInt64 nSampleRate);
+void LVADRequestSampleRate(UInt64 nSampleRate) noexcept;
