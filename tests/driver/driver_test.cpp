@@ -91,9 +91,13 @@ void FakeHost::Add(std::string szEvent) {
 
 // Sorted: queued reports come in no order with a call's own.
 FakeHost::Events FakeHost::TakeEvents(size_t nCount) {
-    PlatformQuiesce();
+    PlatformQuiesce(); // which a busy machine may cut short
     std::unique_lock oLock(mtx);
-    oAdded.wait_for(oLock, std::chrono::seconds(10), [&] { return lEvents.size() >= nCount; });
+    auto const count = [&](char const* szStart) {
+        return std::count_if(lEvents.begin(), lEvents.end(), [&](auto const& sz) { return sz.starts_with(szStart); });
+    };
+    oAdded.wait_for(oLock, std::chrono::seconds(10),
+                    [&] { return lEvents.size() >= nCount && count("1 dev#") == count("store"); });
     std::sort(lEvents.begin(), lEvents.end());
     return std::exchange(lEvents, {});
 }
@@ -109,7 +113,13 @@ void Driver::SetUp() {
     ASSERT_NE(pDriver, nullptr);
     gVADHost = oHost.Ref();
     gVADBoxName = CFSTR("Null Box");
+    gVADBoxAcquired = gVADOutputStreamActive = true;
+    gVADRefCount = gVADDataSourceValue = gVADDataDestinationValue = 0;
+    gVADIORunningCount = 0;
+    gVADSampleRate = 44100.0;
     gVADHostTicksPerFrame = LVADTicksPerFrame(44100.0);
+    gVADOutputVolume = 0;
+    gVADOutputMute = false;
 }
 
 void Driver::TearDown() {

@@ -42,8 +42,8 @@ public:
     ~FakeHost();
     AudioServerPlugInHostRef Ref() const { return this; }
 
-    // What the driver told since the last time, sorted, once everything that it queued to run at once has run and so
-    // many were told; after ten seconds what there is.
+    // What the driver told since the last time, sorted, once everything that it queued to run at once has run, so many
+    // were told, and as many reports of the plug-in's devices as there were writes; after ten seconds what there is.
     Events TakeEvents(size_t nCount = 0);
     void Store(CFTypeRef pValue); // takes over the reference
     CFTypeRef Stored() const { return pStored; }
