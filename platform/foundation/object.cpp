@@ -5,8 +5,11 @@
 #include <Foundation/NSObject.h>
 
 #include <cstring>
+#include <cxxabi.h>
 #include <new>
 #include <vector>
+
+extern "C" [[gnu::visibility("hidden")]] void* __dso_handle; // the toolchain's name for the library that this is in
 
 namespace {
 
@@ -16,8 +19,6 @@ std::atomic<long> nLiveObjects{0};
 struct Owed {
     std::vector<NSObject*> lObjects;
 
-    ~Owed() { PayDownTo(0); }
-
     void PayDownTo(std::size_t nFirst) {
         // What a dealloc autoreleases comes behind, and is paid too.
         for (std::size_t n = nFirst; n < lObjects.size(); ++n)
@@ -26,9 +27,22 @@ struct Owed {
     }
 };
 
+constinit thread_local Owed* pOwed = nullptr;
+
+void PayAll(void* pLast) {
+    auto* const pPaying = static_cast<Owed*>(pLast);
+    pPaying->PayDownTo(0);
+    pOwed = nullptr;
+    delete pPaying;
+}
+
+// Made anew for a destructor of the thread's own that runs after PayAll, and paid again after that one.
 Owed& ThisThreads() {
-    thread_local Owed oOwed;
-    return oOwed;
+    if (!pOwed) {
+        pOwed = new Owed;
+        abi::__cxa_thread_atexit(PayAll, pOwed, &__dso_handle);
+    }
+    return *pOwed;
 }
 
 } // namespace

@@ -33,7 +33,7 @@ LThreadNotifyInterface::~LThreadNotifyInterface() {
 }
 
 void LThreadNotifyInterface::SetError(char const* szText) {
-    oNotifySender.NotifyData(eNotifyError, szText, std::strlen(szText) + 1);
+    oNotifySender.NotifyData(eNotifyError, szText, szText ? std::strlen(szText) + 1 : 0);
 }
 
 void LThreadNotifyInterface::SetStatus(char const* szText, int nLine) {

@@ -91,6 +91,24 @@ TEST_F(QueuedNotifyData, DestroyedHandlerIsNotCalledForWhatWasPostedBefore) {
     EXPECT_EQ(pHandler, nullptr);
 }
 
+TEST_F(QueuedNotifyData, DeliversWhatADestructorOfAnEndedThreadPosted) {
+    Handler oHandler;
+    struct PostsAtItsEnd {
+        ~PostsAtItsEnd() {
+            for (unsigned int n = 1; n < 4; ++n)
+                pTo->oSender.NotifyData(n, "text", 5);
+        }
+        Handler* pTo = nullptr;
+    };
+    std::thread([&] {
+        thread_local PostsAtItsEnd oEnd; // made before what the first post makes, and so destroyed after it
+        oEnd.pTo = &oHandler;
+        oHandler.oSender.NotifyData(0, "text", 5);
+    }).join();
+    RunMainLoopDry();
+    EXPECT_EQ(oHandler.lDeliveries.size(), 4u);
+}
+
 TEST_F(QueuedNotifyData, KeepsTheOrderOfEachOfManyThreads) {
     constexpr unsigned int kThreads = 4, kPosts = 2'000;
     Handler oHandler;
