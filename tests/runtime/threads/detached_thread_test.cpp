@@ -15,7 +15,7 @@ namespace {
 
 // What a test's threads count.
 struct Counts {
-    std::atomic<int> nMade{0}, nRuns{0}, nDeleted{0};
+    std::atomic<int> nMade{0}, nDeleted{0};
 };
 
 class Detached : public LDetachedThread {
@@ -27,7 +27,6 @@ public:
         ++oCounts.nDeleted;
     }
     void ThreadProc() override {
-        ++oCounts.nRuns;
         if (oBody)
             oBody(*this);
     }
