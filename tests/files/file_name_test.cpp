@@ -2,7 +2,7 @@
 
 #include "files/folder.h"
 #include "files/mime_type.h"
-#include "tests/files/path_model.h"
+#include "tests/files/every_string.h"
 #include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -66,7 +66,7 @@ TEST(FileName, ChecksEveryPartOfAFolder) {
 
 // What cleaning leaves is a valid name or nothing, and a valid name is left as it is.
 TEST(FileName, CleansEveryShortNameIntoAValidOne) {
-    model::ForEachString("a.:/\\\x01 ", 5, [](std::string const& szName) {
+    ForEachString("a.:/\\\x01 ", 5, [](std::string const& szName) {
         char szOut[kLNameSize];
         bool const bAny = LFile::PreprocessName(szName.c_str(), szOut);
         ASSERT_EQ(LFileOrFolderNameValidate(szOut), bAny ? kLNameValid : kLNameEmpty) << szName;

@@ -1,7 +1,7 @@
 #include "files/folder_iterator.h"
 
 #include "files/wildcard.h"
-#include "tests/files/path_model.h"
+#include "tests/files/every_string.h"
 #include "tests/harness/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -31,8 +31,8 @@ Names Listed(Arguments... szArguments) {
 
 TEST(Wildcard, MatchesWhatTheCLibraryMatches) {
     Names lNames;
-    model::ForEachString("abA", 5, [&](std::string const& szName) { lNames.insert(szName); });
-    model::ForEachString("aB*?", 5, [&](std::string const& szPattern) {
+    ForEachString("abA", 5, [&](std::string const& szName) { lNames.insert(szName); });
+    ForEachString("aB*?", 5, [&](std::string const& szPattern) {
         for (std::string const& szName : lNames)
             ASSERT_EQ(LMatchesWildcard(szPattern.c_str(), szName.c_str()),
                       fnmatch(szPattern.c_str(), szName.c_str(), FNM_CASEFOLD | FNM_NOESCAPE) == 0)
@@ -51,8 +51,7 @@ TEST(Wildcard, NoPatternMakesItSlow) { // an exponential one would not come back
     std::string szPattern;
     while (szPattern.size() < 250)
         szPattern += "*a";
-    for (int n = 0; n < 1000; ++n)
-        ASSERT_FALSE(LMatchesWildcard((szPattern + "*b").c_str(), std::string(259, 'a').c_str()));
+    EXPECT_FALSE(LMatchesWildcard((szPattern + "*b").c_str(), std::string(259, 'a').c_str()));
 }
 
 TEST(FolderIterator, ListsWhatMatches) {

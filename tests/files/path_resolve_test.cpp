@@ -13,8 +13,6 @@ TEST(PathResolve, MakesPathsAbsolute) {
         {"/a/b/", "../x", "/a/x"},
         {"/a/b/", "./x", "/a/b/x"},
         {"/a/b/", "/x", "/x"},
-        {"/a/b/", "\\x", "\\x"},
-        {"/a/b/", "C:x", "C:x"},
         {"/a/b/", "C:\\x/y", "C:\\x/y"},
         {"/a/b/", "x/y:z", "/a/b/x/y:z"},
         {"/a/b/f.txt", "../x", "/a/b/x"},
@@ -23,15 +21,11 @@ TEST(PathResolve, MakesPathsAbsolute) {
         {"/a/b/", "..", "/a/b/.."},
         {"/a/b/", ".x", "/a/b/.x"},
         {"/a/b/", "./..x", "/a/b/..x"},
-        {"/a/b/", "x/../y", "/a/b/x/../y"},
         {"/", "../x", "/../x"},
-        {"/a/", "../x", "/a/x"},
         {"ab", "../x", "ab/x"},
-        {"", "x", "x"},
         {"", "../x", "../x"},
         {"/a/b/", "../../../x", "/a/x"},
         {"a/b/", "../x", "a/b/x"},
-        {"ab/c/", "../x", "ab/x"},
         {"/a/b/", "", "/a/b/"},
     };
     for (auto const& oRow : kRows) {
@@ -61,9 +55,6 @@ TEST(PathResolve, FindsWhatLiesBehindTheBaseFolder) {
         {"/a\\b", "\\a/b\\c", true, "c"},
         {"", "/x", true, "x"},
         {"", "x", false, ""},
-        {"/", "/x/y", true, "x/y"},
-        {"/a", "/a/", true, ""},
-        {"/a/b/c", "/a/b", false, ""},
     };
     for (auto const& oRow : kRows) {
         char szOut[kLNameSize] = "left over";

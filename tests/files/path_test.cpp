@@ -1,8 +1,9 @@
 #include "files/path.h"
 
-#include "tests/files/path_model.h"
-
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
 
 namespace {
 
@@ -19,79 +20,115 @@ struct Buffer {
     }
 };
 
-struct Split {
-    char const* szWhat;
-    std::function<void(char*, char const*)> Do;
-    std::function<std::string(std::string const&)> Model;
-};
-
 void CheckLength(std::size_t nResult, char const* szOut) {
     EXPECT_EQ(nResult, strlen(szOut));
 }
 
-Split const kSplits[] = {
-    {"folder", [](char* o, char const* p) { CheckLength(LFile::_GetFolderFromPath(o, p), o); }, model::Folder},
-    {"base", [](char* o, char const* p) { CheckLength(LFile::_GetBaseFolderFromPath(o, p), o); }, model::BaseFolder},
-    {"file", LFile::_GetFileFromPath, model::File},
-    {"name", LFile::_GetFileNameFromPath, model::FileName},
-    {"extension", LFile::_GetFileExtensionFromPath, model::Extension},
-    {"new extension", [](char* o, char const* p) { LFile::_ApplyNewFileExtension(o, p, ".wav"); },
-     [](std::string const& sz) { return model::NewExtension(sz, ".wav"); }},
+using Split = void (*)(char*, char const*);
+
+// In the order of the columns below.
+constexpr Split kSplits[] = {
+    [](char* o, char const* p) { CheckLength(LFile::_GetFolderFromPath(o, p), o); },
+    [](char* o, char const* p) { CheckLength(LFile::_GetBaseFolderFromPath(o, p), o); },
+    [](char* o, char const* p) { LFile::_GetFileFromPath(o, p); },
+    [](char* o, char const* p) { LFile::_GetFileNameFromPath(o, p); },
+    [](char* o, char const* p) { LFile::_GetFileExtensionFromPath(o, p); },
+    [](char* o, char const* p) { LFile::_ApplyNewFileExtension(o, p, ".wav"); },
 };
+constexpr std::size_t kSplitCount = std::size(kSplits);
 
 } // namespace
 
-TEST(Path, SplitsEveryShortPathAsTheModelDoesAlsoInPlace) {
-    model::ForEachString("a./\\", 7, [](std::string const& szPath) {
-        for (Split const& oSplit : kSplits) {
-            char szOut[kLNameSize];
-            char szInPlace[kLNameSize];
-            strcpy(szInPlace, szPath.c_str());
-            oSplit.Do(szOut, szPath.c_str());
-            oSplit.Do(szInPlace, szInPlace);
-            ASSERT_EQ(szOut, oSplit.Model(szPath)) << oSplit.szWhat << " of " << szPath;
-            ASSERT_STREQ(szInPlace, szOut) << oSplit.szWhat << " in place of " << szPath;
+TEST(Path, TakesPathsApartAlsoInPlace) {
+    struct {
+        char const* szPath;
+        char const* szOut[kSplitCount]; // folder, base folder, file, name, extension, with a new extension
+    } const kRows[] = {
+        {"", {"", "", "", "", "", ".wav"}},
+        {"c", {"", "c", "c", "c", "", "c.wav"}},
+        {"c.", {"", "c.", "c.", "c", ".", "c.wav"}},
+        {"/", {"/", "/", "", "", "", "/.wav"}},
+        {"\\", {"", "\\", "", "", "", "\\.wav"}},
+        {"//", {"/", "/", "", "", "", "//.wav"}},
+        {"/c", {"/", "/c", "c", "c", "", "/c.wav"}},
+        {"a/c", {"a", "a/c", "c", "c", "", "a/c.wav"}},
+        {"a/", {"a", "a", "", "", "", "a/.wav"}},
+        {"/a/b.c.d", {"/a", "/a", "b.c.d", "b.c", ".d", "/a/b.c.wav"}},
+        {"/a.b/c", {"/a.b", "/a.b", "c", "c", "", "/a.b/c.wav"}},
+        {"/a/.profile", {"/a", "/a", ".profile", ".profile", ".profile", "/a/.wav"}},
+        {".e", {"", ".e", ".e", ".e", ".e", ".e.wav"}},
+        {"/Volumes/Disk/x", {"/Volumes/Disk", "/Volumes", "x", "x", "", "/Volumes/Disk/x.wav"}},
+        {"C:\\dir\\b.c", {"C:\\dir", "C:", "b.c", "b", ".c", "C:\\dir\\b.wav"}},
+        {"/a\\b/", {"/a\\b", "/a", "", "", "", "/a\\b/.wav"}},
+    };
+    for (auto const& oRow : kRows)
+        for (std::size_t n = 0; n < kSplitCount; ++n) {
+            Buffer oOut, oInPlace(oRow.szPath);
+            kSplits[n](oOut.szText, oRow.szPath);
+            kSplits[n](oInPlace.szText, oInPlace.szText);
+            EXPECT_STREQ(oOut.szText, oRow.szOut[n]) << "column " << n << " of " << oRow.szPath;
+            EXPECT_STREQ(oInPlace.szText, oRow.szOut[n]) << "column " << n << " in place of " << oRow.szPath;
         }
-    });
-}
-
-TEST(Path, NameTellsWhereItsExtensionWas) {
     Buffer oOut;
     EXPECT_EQ(LFile::_GetFileNameFromPath(oOut.szText, "/a/b.c.d"), 3u);
     EXPECT_EQ(LFile::_GetFileNameFromPath(oOut.szText, "/a/.profile"), 0u);
 }
 
-TEST(Path, JoinsAsTheModelDoesWhateverBufferIsTheOutput) {
-    std::string const lParts[] = {"",
-                                  "a",
-                                  "/",
-                                  "a/",
-                                  "a\\",
-                                  "/x/y",
-                                  ".e",
-                                  std::string(257, 'f'),
-                                  std::string(258, 'f'),
-                                  std::string(257, 'f') + "/",
-                                  std::string(300, 'f'),
-                                  std::string(258, 'f') + "/"};
-    for (std::string const& szFolder : lParts)
-        for (std::string const& szName : lParts)
-            for (std::string const& szExt : lParts) {
-                Buffer oOut, oFolder(szFolder), oName(szName), oExt(szExt);
-                size_t const nWhole = szFolder.size() + szName.size() + szExt.size() +
-                                      (!szFolder.empty() && !model::EndsWithSeparator(szFolder));
-                int const nResult = LFile::_MakeFilePath(oOut.szText, szFolder.c_str(), szName.c_str(), szExt.c_str());
-                ASSERT_EQ(oOut.szText, model::Join(szFolder, szName, szExt));
-                ASSERT_EQ(static_cast<size_t>(nResult) < kLNameSize, szFolder.size() <= 258 && nWhole < kLNameSize);
-                if (szFolder.size() > 259 || szName.size() > 259 || szExt.size() > 259)
-                    continue;
-                LFile::_MakeFilePath(oFolder.szText, oFolder.szText, szName.c_str(), szExt.c_str());
-                LFile::_MakeFilePath(oName.szText, szFolder.c_str(), oName.szText, szExt.c_str());
-                LFile::_MakeFilePath(oExt.szText, szFolder.c_str(), szName.c_str(), oExt.szText);
-                ASSERT_STREQ(oFolder.szText, oOut.szText);
-                ASSERT_STREQ(oName.szText, oOut.szText);
-                ASSERT_STREQ(oExt.szText, oOut.szText);
-            }
+TEST(Path, CutsWhatDoesNotFit) {
+    std::string const sz255(255, 'n'), sz259(259, 'n');
+    struct {
+        std::size_t nSplit;
+        std::string szPath, szOut;
+    } const kRows[] = {
+        {0, "/" + sz259 + "/x", "/"},
+        {1, sz259 + "x", sz259},
+        {2, "/" + sz259 + "x", sz259},
+        {3, sz259 + ".x", sz259},
+        {4, "." + sz259, "." + sz259.substr(1)},
+        {5, sz255, sz255 + ".wav"},
+        {5, sz255 + "n", sz255 + "n.wa"},
+        {5, sz259, sz259},
+        {5, sz259 + ".e", sz259},
+    };
+    for (auto const& oRow : kRows) {
+        Buffer oOut;
+        kSplits[oRow.nSplit](oOut.szText, oRow.szPath.c_str());
+        EXPECT_EQ(oOut.szText, oRow.szOut) << "row " << &oRow - kRows;
+    }
+}
+
+TEST(Path, JoinsWhateverBufferIsTheOutput) {
+    std::string const sz257(257, 'f');
+    struct {
+        std::string szFolder, szName, szExt, szOut;
+    } const kRows[] = {
+        {"/a", "b", ".txt", "/a/b.txt"},
+        {"/a/", "b", ".txt", "/a/b.txt"},
+        {"/a\\", "b", "", "/a\\b"},
+        {"", "b", ".txt", "b.txt"},
+        {"/a", "", "", "/a/"},
+        {"/a", "/b", "", "/a//b"},
+        {"", "", "", ""},
+        {sz257, "b", "", sz257 + "/b"},
+        {sz257, "b", ".txt", sz257 + "/b"},
+        {sz257 + "/", "b", ".txt", sz257 + "/b"},
+        {sz257 + "f", "b", "", sz257 + "f/"},
+        {sz257 + "ff", "b", "", sz257 + "f/"},
+        {"a", sz257, ".txt", "a/" + sz257},
+        {"a", "b", sz257, "a/b" + sz257.substr(1)},
+    };
+    for (auto const& oRow : kRows) {
+        Buffer oOut, oFolder(oRow.szFolder), oName(oRow.szName), oExt(oRow.szExt);
+        char const *const szFolder = oRow.szFolder.c_str(), *const szName = oRow.szName.c_str(),
+                          *const szExt = oRow.szExt.c_str();
+        bool const bWhole = oRow.szOut.ends_with(oRow.szName + oRow.szExt);
+        EXPECT_EQ(LFile::_MakeFilePath(oOut.szText, szFolder, szName, szExt) < static_cast<int>(kLNameSize), bWhole);
+        LFile::_MakeFilePath(oFolder.szText, oFolder.szText, szName, szExt);
+        LFile::_MakeFilePath(oName.szText, szFolder, oName.szText, szExt);
+        LFile::_MakeFilePath(oExt.szText, szFolder, szName, oExt.szText);
+        for (Buffer const* const pOut : {&oOut, &oFolder, &oName, &oExt})
+            EXPECT_EQ(pOut->szText, oRow.szOut) << "row " << &oRow - kRows;
+    }
 }
 
 TEST(Path, FormatsTheNameThatItJoins) {
@@ -121,24 +158,5 @@ TEST(Path, SecureJoinLetsNoPartLeaveTheFolder) {
         Buffer oOut;
         LFile::_MakeFilePathSecure(oOut.szText, oRow.szFolder, oRow.szName, oRow.szExt);
         EXPECT_STREQ(oOut.szText, oRow.szOut) << oRow.szFolder << " + " << oRow.szName << " + " << oRow.szExt;
-    }
-}
-
-TEST(Path, SplitsOverlongPathsWithinTheBuffer) {
-    std::string const szName(255, 'n');
-    for (std::string const& szPath : {std::string(400, 'x'), std::string(400, '/'), "/f/" + szName + szName + ".e",
-                                      "/f/n." + std::string(400, 'e'), std::string(400, '.')})
-        for (Split const& oSplit : kSplits) {
-            Buffer oOut;
-            oSplit.Do(oOut.szText, szPath.c_str());
-            EXPECT_LT(strlen(oOut.szText), kLNameSize) << oSplit.szWhat;
-        }
-}
-
-TEST(Path, CutsANewExtensionAtTheBuffersEnd) {
-    Buffer oOut;
-    for (std::size_t const nPath : {255, 256, 259, 300}) {
-        LFile::_ApplyNewFileExtension(oOut.szText, std::string(nPath, 'x').c_str(), ".lck");
-        EXPECT_EQ(oOut.szText, model::Cut(std::string(nPath, 'x') + ".lck")) << nPath;
     }
 }
