@@ -127,7 +127,8 @@ void Connection::LastReferenceGone(Object* pObject) {
 void Connection::SetHandler(xpc_handler_t oHandler) {
     auto pNew = oHandler ? std::make_shared<xpc_handler_t>(std::move(oHandler)) : nullptr;
     Lock oLock(mtx);
-    pHandler.swap(pNew);
+    if (!bFinished) // nobody would let go of it
+        pHandler.swap(pNew);
     oLock.unlock(); // what the old one captured goes now, with no lock held
 }
 
@@ -150,7 +151,7 @@ void Connection::Wake() {
 }
 
 void Connection::MarkEnding() {
-    if (bThread && !bEnding && (bCancelled || bAbandoned)) {
+    if (bThread && !bEnding && (bCancelled || bAbandoned || bFinished)) {
         bEnding = true;
         Ending::Shared().Count(1);
     }
@@ -165,7 +166,7 @@ void Connection::StartIfNeeded() {
     bThread = StartThread("xpc connection", [this] {
         Run();
         ReleaseMemory();
-        Ending::Shared().Count(-1); // was counted when it was told to end
+        Ending::Shared().Count(-1); // was counted when it was told to end, or found it
     });
     if (!bThread)
         nMemoryHolders.fetch_sub(1, std::memory_order_relaxed);
@@ -181,11 +182,11 @@ void Connection::Resume() {
     Lock oLock(mtx);
     if (nSuspensions == 0 || --nSuspensions != 0)
         return;
-    if (eKind == Kind::Peer && !bDead && !bCancelled)
-        HoldItself();
     if (eOpening == Opening::NotYet && !bThread && !bCancelled)
         Open();
     StartIfNeeded();
+    if (eKind == Kind::Peer && bThread && !bFinished && !bCancelled)
+        HoldItself();
     Wake();
 }
 

@@ -33,7 +33,8 @@ struct ReplyTarget {
 //
 // Life: users' references are the Object's count. The thread holds the memory by a count of its own, so that it can end
 // in its own time after the last reference has gone, or be the place where that happens. A listener's peer that was
-// resumed, and any connection that was cancelled, holds a reference to itself until it has told its end.
+// resumed, and any connection that was cancelled, holds a reference to itself until it has told its end; a peer's
+// thread ends then, too.
 //
 // Order: `mtx` is a leaf. No handler, barrier or destructor of one runs with it held. Only the thread reads and closes
 // the socket; senders write to it under `mtx`.
@@ -103,7 +104,8 @@ private:
 
     // The thread. Those that are given the lock come with it held and go with it held, and let go of it in between.
     void Run();
-    bool IsOver() const { return bAbandoned || (bCancelled && nSuspensions == 0); }
+    bool IsOver() const { return bAbandoned || (bCancelled && nSuspensions == 0) || IsSpent(); }
+    bool IsSpent() const;
     bool DoWaitingWork(Lock& oLock);
     bool DeliverHeld(Lock& oLock);
     bool OpenAgain(Lock& oLock);

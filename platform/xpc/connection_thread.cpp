@@ -28,6 +28,12 @@ void Connection::Run() {
     Finish(oLock);
 }
 
+// A peer that has told its end is good for nothing more, and its thread does not wait for the user to let go: whoever
+// connects to a listener again and again would leave one behind each time.
+bool Connection::IsSpent() const {
+    return eKind == Kind::Peer && bInvalidTold && nSuspensions == 0 && lAnswered.empty() && !oOutgoing.HasBarriers();
+}
+
 // True when something was done and the world may have changed.
 bool Connection::DoWaitingWork(Lock& oLock) {
     if (OpenAgain(oLock) || DeliverHeld(oLock))
@@ -79,17 +85,13 @@ bool Connection::RunDue(Lock& oLock) {
     return true;
 }
 
-// A connection that has told its end needs its handler, and a peer itself, no more.
+// A connection that has told its end needs its handler no more.
 bool Connection::LetGoWhenDead(Lock& oLock) {
-    if (!bInvalidTold || (!pHandler && !bHoldsItself))
+    if (!bInvalidTold || !pHandler)
         return false;
     auto pOldHandler = std::move(pHandler);
-    bool const bRelease = std::exchange(bHoldsItself, false);
     oLock.unlock();
     pOldHandler.reset();
-    pSlot.reset();
-    if (bRelease)
-        Release();
     oLock.lock();
     return true;
 }
@@ -268,11 +270,13 @@ void Connection::OnTarget(dispatch_block_t const& oBlock) {
         oBlock();
 }
 
-// Cancelled or let go: barriers run and replies are answered, then the handler gets its last event, and goes.
+// Cancelled, let go or spent: barriers run and replies are answered, then the handler gets its last event, and goes.
 void Connection::Finish(Lock& oLock) {
     if (oSocket && !oOutgoing.IsEmpty())
         oOutgoing.Flush(oSocket.Get()); // what was sent before the cancel, as far as there is room
     bFinished = true;
+    MarkEnding();
+    oWake.Reset();
     FileDescriptor oOldSocket = std::move(oSocket);
     oServed.Withdraw();
     oDoor.Reset();

@@ -8,9 +8,11 @@
 
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <poll.h>
 #include <random>
 #include <sys/mman.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace platform;
@@ -236,6 +238,24 @@ TEST(XpcHostile, AListenerHasRoomForSoManyPeersAndNoMore) {
         szAnswer = oListener.PeerNotes().Now().size() > 1 ? "hello" : "";
     }
     EXPECT_EQ("hello", szAnswer);
+}
+
+TEST(XpcHostile, PeersThatHaveGoneKeepNoThread) {
+    Listener oListener; // holds on to its peers
+    auto const Threads = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}); };
+    auto const nBefore = Threads();
+    constexpr size_t kPeers = 50;
+    for (size_t n = 0; n < kPeers; ++n) {
+        Party oCaller(oListener.NewCaller());
+        oCaller.Resume().Send(Message("hello"));
+        ASSERT_EQ(2 * n + 1, oListener.PeerNotes().WaitFor(2 * n + 1).size());
+        xpc_connection_cancel(oCaller);
+        ASSERT_EQ("invalid", oListener.PeerNotes().WaitFor(2 * n + 2).back());
+    }
+    auto const oDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Threads() >= nBefore + 10 && std::chrono::steady_clock::now() < oDeadline)
+        std::this_thread::yield(); // the last ones are still on their way out
+    EXPECT_LT(Threads(), nBefore + 10) << "a few are the platform's own";
 }
 
 TEST(XpcHostile, RandomFramesAreReadOrRefused) {
