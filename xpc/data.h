@@ -47,7 +47,8 @@ struct LXPCDictionaryKey {
 
 struct LXPCDictionaryKeyListable : LXPCDictionaryKey {
     using LXPCDictionaryKey::LXPCDictionaryKey;
-    explicit LXPCDictionaryKeyListable(LXPCDictionaryKey const& oKey) noexcept : LXPCDictionaryKey(oKey) {}
+    explicit LXPCDictionaryKeyListable(LXPCDictionaryKey const& oKey) noexcept
+        : LXPCDictionaryKey(oKey.szName, oKey.nType) {} // cut, where a caller's own table filled the name to its end
     // A copy would be in the list by half.
     LXPCDictionaryKeyListable(LXPCDictionaryKeyListable const&) = delete;
     LXPCDictionaryKeyListable& operator=(LXPCDictionaryKeyListable const&) = delete;

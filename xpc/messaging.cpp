@@ -75,6 +75,8 @@ void LXPCBase::Send(long nConnection, xpc_object_t pMessage, bool bWantReply) {
 }
 
 void LXPCBase::SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept try {
+    if (!oConnection.IsValid())
+        return;
     xpc_connection_set_event_handler(oConnection.Handle(),
                                      [oShared = oGate, nConnection = oConnection.hConnection](xpc_object_t pEvent) {
                                          OnEvent(oShared, nConnection, pEvent, Origin::Message);

@@ -33,7 +33,7 @@ public:
     void AddKeys(LXPCDictionaryKey const* arTable, bool bReceive) noexcept;
 
     // Sends one message, empty when no item is declared. With `bWantReply` the sink then gets one EvReplyReceived or
-    // EvConnectionError; without, one EvMessageSent.
+    // EvConnectionError, or nothing when the answer has no entry that is declared; without, one EvMessageSent.
     void SendMessage(long nConnection, LList<LXPCDataListable> const& lItems, bool bWantReply) noexcept;
     void SendMessage(long nConnection, LXPCData const* arItems, unsigned long nCount, bool bWantReply) noexcept;
 
@@ -41,7 +41,7 @@ public:
     // when no answer was asked for, or one was sent already.
     void SendReply(long nConnection, long nMessage, LList<LXPCDataListable> const& lItems) noexcept;
 
-    // Sends the connection's events to this object's sink from now on, and resumes it.
+    // Sends the connection's events to this object's sink from now on, and resumes it. Nothing without a handle.
     void SetupConnectionHandlerAndResume(LXPCConnection& oConnection) noexcept;
 
     // Ends all sink calls, as the destructor does: see there.

@@ -162,4 +162,7 @@ TEST(Items, AreCutAt259AndKeepTheirOrderInAnArray) {
         EXPECT_EQ(pItem++->dValue, oCase.dValue);
     }
     EXPECT_EQ(oArray.arItems[0].szName, szLong.substr(0, 259));
+    LXPCDictionaryKey oFull;
+    szLong.copy(oFull.szName, sizeof oFull.szName); // no room for its end
+    EXPECT_EQ(LXPCDictionaryKeyListable(oFull).szName, szLong.substr(0, 259));
 }

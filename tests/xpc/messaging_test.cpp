@@ -139,6 +139,7 @@ TEST(Connection, CountsItsReferencesAndDoesNothingWithoutAHandle) {
     for (auto const pOperation : {&LXPCConnection::Resume, &LXPCConnection::Suspend, &LXPCConnection::Retain,
                                   &LXPCConnection::Release, &LXPCConnection::Cancel, &LXPCConnection::Destroy})
         (oRecord.*pOperation)();
+    LXPCBase(nullptr).SetupConnectionHandlerAndResume(oRecord);
     EXPECT_TRUE(oRecord.bSuspended);
     EXPECT_EQ(oRecord.nRetainCount, 0u);
     for (int n = 0; n < 2; ++n)
