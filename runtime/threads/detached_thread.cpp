@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr unsigned int kStopAgain = 100; // ms
+
 std::unique_ptr<LDetachedThread> Unlink(LList<LDetachedThread>& lFrom, LDetachedThread const* pThread) noexcept {
     return lFrom.Unlink([pThread](LDetachedThread const& oListed) { return &oListed == pThread; });
 }
@@ -74,13 +76,13 @@ void LDetachedThreadsOwner::StopThreadsSoon() noexcept {
 
 void LDetachedThreadsOwner::StopThreadsNow() {
     LProcessInterfaceVoid oUnstoppable;
-    do { // again when a wait that ran out has put its thread back
+    do { // again for a thread that comes meanwhile: put back by a wait that ran out, or new and waited for already
         StopThreadsSoon();
         while (auto pThread = TakeFirst()) {
             pThread->StopThreadNow();
             Leave(std::move(pThread));
         }
-        WaitForLeaving(oUnstoppable, LDeadline(kLNoTimeout));
+        WaitForLeaving(oUnstoppable, LDeadline(kStopAgain));
     } while (IsAnyThere());
 }
 

@@ -178,6 +178,10 @@ TEST(DetachedThread, EachIsDeletedOnceWhateverRaces) {
     });
     lCollectors.emplace_back([&] {
         while (!bDone)
+            oOwner.WaitToStop(oProcess, kLNoTimeout);
+    });
+    lCollectors.emplace_back([&] {
+        while (!bDone)
             oOwner.StopThreadsNow();
     });
     for (auto& oThread : lStarters)
