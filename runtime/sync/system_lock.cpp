@@ -105,8 +105,10 @@ bool LSystemLockMutex::IsUnborn() const noexcept {
     semid_ds oStatus;
     semun oArgument;
     oArgument.buf = &oStatus;
-    return semctl(nSemId, 0, IPC_STAT, oArgument) == 0 && oStatus.sem_otime == 0 &&
-           time(nullptr) - oStatus.sem_ctime >= kUnbornAge && semctl(nSemId, 0, GETVAL) == 0;
+    if (semctl(nSemId, 0, IPC_STAT, oArgument) != 0 || oStatus.sem_otime != 0)
+        return false;
+    time_t const nAge = time(nullptr) - oStatus.sem_ctime; // negative once the clock has been set back
+    return (nAge < 0 || nAge >= kUnbornAge) && semctl(nSemId, 0, GETVAL) == 0;
 }
 
 void LSystemLockMutex::Renew() noexcept {
