@@ -1,3 +1,4 @@
+#include "platform/posix/thread_end.h"
 #include "platform/testing/foundation.h"
 
 #include <Foundation/NSAutoreleasePool.h>
@@ -5,11 +6,9 @@
 #include <Foundation/NSObject.h>
 
 #include <cstring>
-#include <cxxabi.h>
 #include <new>
+#include <utility>
 #include <vector>
-
-extern "C" [[gnu::visibility("hidden")]] void* __dso_handle; // the toolchain's name for the library that this is in
 
 namespace {
 
@@ -29,18 +28,15 @@ struct Owed {
 
 constinit thread_local Owed* pOwed = nullptr;
 
-void PayAll(void* pLast) {
-    auto* const pPaying = static_cast<Owed*>(pLast);
-    pPaying->PayDownTo(0);
-    pOwed = nullptr;
-    delete pPaying;
-}
-
-// Made anew for a destructor of the thread's own that runs after PayAll, and paid again after that one.
+// Made anew for what another of the thread's ends autoreleases after this one, and paid again then.
 Owed& ThisThreads() {
+    static platform::ThreadEnd const oEnd([](void*) {
+        pOwed->PayDownTo(0);
+        delete std::exchange(pOwed, nullptr);
+    });
     if (!pOwed) {
         pOwed = new Owed;
-        abi::__cxa_thread_atexit(PayAll, pOwed, &__dso_handle);
+        oEnd.Arrange(pOwed);
     }
     return *pOwed;
 }

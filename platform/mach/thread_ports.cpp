@@ -1,6 +1,7 @@
 #include "platform/mach/thread_ports.h"
 
 #include "platform/mach/ports.h"
+#include "platform/posix/thread_end.h"
 #include "platform/testing/threads.h"
 
 #include <mach/mach.h>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <pthread.h>
 #include <unistd.h>
+#include <utility>
 
 // Names the calls of the kernel's library by their own symbols: the header redirects the plain names to this file.
 extern "C" {
@@ -45,11 +47,10 @@ struct Registry {
         return registry;
     }
 
-    mach_port_name_t Enter(pthread_t handle) {
+    void Enter(pthread_t handle) {
         mach_port_name_t const name = platform::OwnThreadName();
         std::lock_guard const lock(mutex);
         threads[name].handle = handle;
-        return name;
     }
 
     void Leave(mach_port_name_t name) {
@@ -78,15 +79,15 @@ struct Registry {
 // In the thread's fixed part, as a signal handler may be the first to ask.
 [[gnu::tls_model("initial-exec")]] constinit thread_local mach_port_name_t ownName = MACH_PORT_NULL;
 
-// The calling thread's entry, from its first question on until it ends.
-struct OwnEntry {
-    mach_port_name_t const name = Registry::Get().Enter(pthread_self());
-    ~OwnEntry() { Registry::Get().Leave(name); }
-};
-
+// The calling thread's entry lasts from its first question until it ends.
 mach_port_name_t OwnName() {
-    thread_local OwnEntry const entry;
-    return entry.name;
+    static platform::ThreadEnd const leaving([](void*) { Registry::Get().Leave(ownName); });
+    constinit thread_local bool isEntered = false;
+    if (!std::exchange(isEntered, true)) {
+        Registry::Get().Enter(pthread_self());
+        leaving.Arrange(&ownName);
+    }
+    return ownName;
 }
 
 mach_port_name_t NameOf(pthread_t handle) {

@@ -1,5 +1,6 @@
 #include "platform/xpc/values.h"
 
+#include "platform/posix/thread_end.h"
 #include "platform/xpc/connection.h"
 
 #include <algorithm>
@@ -17,16 +18,32 @@ void Delete(Object* pObject) {
 // The allocator's own per-thread cache ends at 1 KiB, and a block of audio, made and freed once each IO cycle on one
 // thread, is larger: each thread keeps the memory of its last such block for the next.
 struct SpareMemory {
-    constexpr SpareMemory() noexcept = default;
-    ~SpareMemory() { std::free(pMemory); }
-
     static constexpr size_t kSmallest = 1024, kLargest = 16 * 1024;
     static constexpr bool IsWorthKeeping(size_t nRoom) noexcept { return nRoom >= kSmallest && nRoom <= kLargest; }
 
+    void Keep(void* pFreed, size_t nRoomOfFreed) noexcept;
+    bool ArrangeEnd() noexcept;
+
     void* pMemory = nullptr;
     size_t nRoom = 0;
+    bool bEndArranged = false;
 };
 constinit thread_local SpareMemory oSpare;
+
+void SpareMemory::Keep(void* pFreed, size_t nRoomOfFreed) noexcept {
+    if (pMemory || !(bEndArranged || ArrangeEnd()))
+        return std::free(pFreed);
+    pMemory = pFreed;
+    nRoom = nRoomOfFreed;
+}
+
+bool SpareMemory::ArrangeEnd() noexcept {
+    static ThreadEnd const oEnd([](void*) {
+        std::free(oSpare.pMemory);
+        oSpare = {};
+    });
+    return bEndArranged = oEnd.Arrange(this);
+}
 
 // What is allocated for so many bytes: whole kilobytes, so that blocks of about one length serve each other.
 size_t RoomFor(size_t nLength) noexcept {
@@ -44,12 +61,10 @@ void FreeBytes(Object* pObject) {
     auto* const pBytes = static_cast<Bytes*>(pObject);
     size_t const nRoom = RoomFor(pBytes->nLength);
     pBytes->~Bytes();
-    if (SpareMemory::IsWorthKeeping(nRoom) && !oSpare.pMemory) {
-        oSpare.pMemory = pBytes;
-        oSpare.nRoom = nRoom;
-    } else {
+    if (SpareMemory::IsWorthKeeping(nRoom))
+        oSpare.Keep(pBytes, nRoom);
+    else
         std::free(pBytes);
-    }
 }
 
 void Never(Object*) {}
