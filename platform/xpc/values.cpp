@@ -1,7 +1,7 @@
 #include "platform/xpc/values.h"
 
-#include "platform/posix/thread_end.h"
 #include "platform/xpc/connection.h"
+#include "platform/xpc/spare_memory.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,54 +15,27 @@ void Delete(Object* pObject) {
     delete static_cast<T*>(pObject);
 }
 
-// The allocator's own per-thread cache ends at 1 KiB, and a block of audio, made and freed once each IO cycle on one
-// thread, is larger: each thread keeps the memory of its last such block for the next.
-struct SpareMemory {
-    static constexpr size_t kSmallest = 1024, kLargest = 16 * 1024;
-    static constexpr bool IsWorthKeeping(size_t nRoom) noexcept { return nRoom >= kSmallest && nRoom <= kLargest; }
-
-    void Keep(void* pFreed, size_t nRoomOfFreed) noexcept;
-    bool ArrangeEnd() noexcept;
-
-    void* pMemory = nullptr;
-    size_t nRoom = 0;
-    bool bEndArranged = false;
-};
-constinit thread_local SpareMemory oSpare;
-
-void SpareMemory::Keep(void* pFreed, size_t nRoomOfFreed) noexcept {
-    if (pMemory || !(bEndArranged || ArrangeEnd()))
-        return std::free(pFreed);
-    pMemory = pFreed;
-    nRoom = nRoomOfFreed;
-}
-
-bool SpareMemory::ArrangeEnd() noexcept {
-    static ThreadEnd const oEnd([](void*) {
-        std::free(oSpare.pMemory);
-        oSpare = {};
-    });
-    return bEndArranged = oEnd.Arrange(this);
+constexpr size_t kSmallestKept = 1024, kLargestKept = 16 * 1024;
+constexpr bool IsWorthKeeping(size_t nRoom) noexcept {
+    return nRoom >= kSmallestKept && nRoom <= kLargestKept;
 }
 
 // What is allocated for so many bytes: whole kilobytes, so that blocks of about one length serve each other.
 size_t RoomFor(size_t nLength) noexcept {
     size_t const nNeeded = sizeof(Bytes) + nLength + 1;
-    return nNeeded < SpareMemory::kSmallest ? nNeeded : (nNeeded + 1023) / 1024 * 1024;
+    return nNeeded < kSmallestKept ? nNeeded : (nNeeded + 1023) / 1024 * 1024;
 }
 
 void* AllocateRoom(size_t nRoom) noexcept {
-    if (SpareMemory::IsWorthKeeping(nRoom) && oSpare.pMemory && oSpare.nRoom == nRoom)
-        return std::exchange(oSpare.pMemory, nullptr);
-    return std::malloc(nRoom);
+    return IsWorthKeeping(nRoom) ? AllocateSpare(Spare::Block, nRoom) : std::malloc(nRoom);
 }
 
 void FreeBytes(Object* pObject) {
     auto* const pBytes = static_cast<Bytes*>(pObject);
     size_t const nRoom = RoomFor(pBytes->nLength);
     pBytes->~Bytes();
-    if (SpareMemory::IsWorthKeeping(nRoom))
-        oSpare.Keep(pBytes, nRoom);
+    if (IsWorthKeeping(nRoom))
+        FreeSpare(Spare::Block, pBytes, nRoom);
     else
         std::free(pBytes);
 }
@@ -115,6 +88,16 @@ Ref<Bytes> Bytes::Make(xpc_type_t pType, void const* pBytes, size_t nLength) {
 
 Dictionary::Dictionary() : Object(XPC_TYPE_DICTIONARY) {}
 Dictionary::~Dictionary() = default;
+
+void* Dictionary::operator new(size_t nSize) {
+    if (void* const pMemory = AllocateSpare(Spare::Dictionary, nSize))
+        return pMemory;
+    throw std::bad_alloc();
+}
+
+void Dictionary::operator delete(void* pMemory, size_t nSize) noexcept {
+    FreeSpare(Spare::Dictionary, pMemory, nSize);
+}
 
 Object* Dictionary::Find(std::string_view szKey) const noexcept {
     Entry const* const pEntry = std::ranges::find(lEntries, szKey, &Entry::szKey);

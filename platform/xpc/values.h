@@ -71,6 +71,9 @@ struct Dictionary final : Object {
 
     Dictionary();
     ~Dictionary(); // a message that still owes an answer tells its sender that none comes
+    // A cycle of audio makes and frees one: each thread keeps the memory of its last.
+    static void* operator new(size_t nSize);
+    static void operator delete(void* pMemory, size_t nSize) noexcept;
 
     Object* Find(std::string_view szKey) const noexcept;
     void Set(std::string_view szKey, Ref<Object> pValue);
