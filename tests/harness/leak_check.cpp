@@ -32,7 +32,7 @@ void LeakCheck::OnTestEnd(testing::TestInfo const&) {
     using namespace std::chrono_literals;
     PlatformQuiesce();
     ProcessCounts oAfter = ProcessCounts::Now();
-    for (int n = 0; n < 200 && (oAfter.nThreads > oBefore.nThreads || oAfter.lDescriptors != oBefore.lDescriptors);
+    for (int n = 0; n < 2000 && (oAfter.nThreads > oBefore.nThreads || oAfter.lDescriptors != oBefore.lDescriptors);
          ++n) {
         std::this_thread::sleep_for(10ms);
         oAfter = ProcessCounts::Now();

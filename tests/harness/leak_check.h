@@ -15,7 +15,7 @@ struct ProcessCounts {
 };
 
 // Installed by the harness's main(). A test that hands its work to the platform's pools need not wait for them: the
-// check gives threads that are on their way out two seconds to be gone before it calls them leaked.
+// check gives threads that are on their way out twenty seconds to be gone before it calls them leaked.
 class LeakCheck : public testing::EmptyTestEventListener {
 public:
     void OnTestStart(testing::TestInfo const&) override;
