@@ -212,7 +212,9 @@ void Connection::FailReply(ReplyTarget oReply, xpc_object_t pError) {
         lAnswered.push_back(std::move(oReply));
         return Wake();
     }
-    dispatch_queue_t const pQueue = oReply.pQueue;
+    // Who waits for it may stand in the way on the target queue.
+    dispatch_queue_t const pQueue =
+        oReply.bAtOnce ? dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0) : oReply.pQueue;
     auto const pReply = std::make_shared<ReplyTarget>(std::move(oReply));
     RunElsewhere(pQueue, [pReply] { pReply->oHandler(pReply->pAnswer.Get()); });
 }

@@ -219,6 +219,11 @@ TEST(XpcConnection, TargetQueueRunsEverythingOneAtATime) {
             EXPECT_EQ(Words{}, oCaller.Notes().Now());
         });
         EXPECT_EQ(Words{"reply yes"}, oCaller.Notes().WaitFor(1));
+        xpc_connection_cancel(oCaller);
+        PlatformQuiesce();
+        dispatch_sync(pQueue, [&] { // and whoever waits on it for an answer that can't come is not left waiting
+            EXPECT_EQ("invalid", WordFor(Message(xpc_connection_send_message_with_reply_sync(oCaller, Message("?")))));
+        });
         PlatformQuiesce();
     }
     PlatformQuiesce();
