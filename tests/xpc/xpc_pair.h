@@ -18,6 +18,7 @@ struct XPCPair : testing::Test {
                 pSide->AddKey("text", LXPCDataType_String, bReceive);
             }
     }
+    void TearDown() override { End(); } // while there still is all that a sink refers to
     void Join() {
         oEndPoint = LXPCObject(oServer.CreateEndPoint("Peer", 7));
         ASSERT_TRUE(oEndPoint);
