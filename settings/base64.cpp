@@ -36,6 +36,7 @@ constexpr auto kValues = [] {
 
 // 16 characters of text at a time; plain vectors, which the compiler breaks up where a machine has none.
 using Bytes [[gnu::vector_size(16)]] = unsigned char;
+using Pairs [[gnu::vector_size(16)]] = unsigned short;
 using Groups [[gnu::vector_size(16)]] = unsigned int;
 
 unsigned char ByteAt(char const* p) noexcept {
@@ -97,9 +98,17 @@ long long RequiredLength(long long nSize, unsigned int nFlags) noexcept {
     return nFlags & kBase64NoLineBreaks ? nLength : nLength + 2 * nLines + 2;
 }
 
-// All ones in the bytes that lie between the two, both included.
+// All ones in the bytes that are it, and that lie between the two, both included.
+Bytes Is(Bytes lBytes, unsigned char n) noexcept {
+    return reinterpret_cast<Bytes>(lBytes == n);
+}
 Bytes Between(Bytes lBytes, unsigned char nFirst, unsigned char nLast) noexcept {
     return reinterpret_cast<Bytes>(lBytes - nFirst <= static_cast<unsigned char>(nLast - nFirst));
+}
+
+// What is to be added to a character to make it a value, when nFirst is to become nValue.
+constexpr unsigned char From(char nFirst, int nValue) noexcept {
+    return static_cast<unsigned char>(nValue - nFirst);
 }
 
 // As long as there are 16 characters of the alphabet in a row, makes 12 bytes of them. Moves both pointers past what it
@@ -111,21 +120,23 @@ void DecodeRuns(char const*& p, char const* const pEnd, unsigned char*& pOut,
     for (; pEnd - p >= 16 && pOutEnd - pOut >= 14; p += 16, pOut += 12) {
         Bytes lText;
         std::memcpy(&lText, p, sizeof lText);
-        Bytes const lUpper = Between(lText, 'A', 'Z'), lLower = Between(lText, 'a', 'z'),
-                    lDigit = Between(lText, '0', '9'), lPlus = Between(lText, '+', '+'),
-                    lSlash = Between(lText, '/', '/'), lKnown = lUpper | lLower | lDigit | lPlus | lSlash;
+        // What makes a character its value. For none of them is that nothing, which is therefore what the others have.
+        Bytes const lToValue = (Between(lText, 'A', 'Z') & From('A', 0)) | (Between(lText, 'a', 'z') & From('a', 26)) |
+                               (Between(lText, '0', '9') & From('0', 52)) | (Is(lText, '+') & From('+', 62)) |
+                               (Is(lText, '/') & From('/', 63));
+        Bytes const lUnknown = Is(lToValue, 0);
         std::uint64_t lHalves[2];
-        std::memcpy(lHalves, &lKnown, sizeof lHalves);
-        if ((lHalves[0] & lHalves[1]) != ~std::uint64_t{0})
+        std::memcpy(lHalves, &lUnknown, sizeof lHalves);
+        if ((lHalves[0] | lHalves[1]) != 0)
             return;
-        Bytes const lValues = lText - (lUpper & 'A') - (lLower & ('a' - 26)) + (lDigit & (52 - '0')) +
-                              (lPlus & (62 - '+')) + (lSlash & (63 - '/'));
-        auto const l = reinterpret_cast<Groups>(lValues);
-        Groups const lGroups = (l << 2 & 0xFC) | (l >> 12 & 3) | (l << 4 & 0xF000) | (l >> 10 & 0xF00) |
-                               (l << 6 & 0xC00000) | (l >> 8 & 0x3F0000);
-        for (int n = 0; n < 2; ++n) {
-            std::uint64_t const nSix = lGroups[2 * n] | static_cast<std::uint64_t>(lGroups[2 * n + 1]) << 24;
-            std::memcpy(pOut + 6 * n, &nSix, sizeof nSix);
+        // 6 bits of each byte, 12 of each two, 24 of each four, the first always the highest.
+        auto const l6 = reinterpret_cast<Pairs>(lText + lToValue);
+        auto const l12 = reinterpret_cast<Groups>((l6 << 6 & 0xFC0) | l6 >> 8);
+        Groups const l24 = (l12 << 12 & 0xFFF000) | l12 >> 16;
+        for (int n = 0; n < 4; n += 2) {
+            std::uint64_t const nFirst = l24[n], nSecond = l24[n + 1];
+            std::uint64_t const nBytes = __builtin_bswap64(nFirst << 40 | nSecond << 16);
+            std::memcpy(pOut + 3 * n, &nBytes, sizeof nBytes);
         }
     }
 }
