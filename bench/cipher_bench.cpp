@@ -18,20 +18,9 @@ using Work = std::function<void()>;
 
 constexpr std::size_t kSize = 1'000'000;
 
-double TimeMs(Work const& Do) {
-    uint64_t const nBegin = NowNs();
-    Do();
-    return static_cast<double>(NowNs() - nBegin) / 1e6;
-}
-
-// By turns, so that what else the machine does meets both; the best of the rounds, since other work can only add.
 Row Compare(std::string szWhat, Work const& Ours, Work const& Yardstick, double fAtMost, int nRounds) {
-    double fOurs = 1e9, fYardstick = 1e9;
-    for (int n = 0; n < nRounds; ++n) {
-        fYardstick = std::min(fYardstick, TimeMs(Yardstick));
-        fOurs = std::min(fOurs, TimeMs(Ours));
-    }
-    return {std::move(szWhat), fOurs, fYardstick, "ms", fAtMost};
+    return CompareBest(
+        std::move(szWhat), [&] { return TimeMs(Ours); }, [&] { return TimeMs(Yardstick); }, fAtMost, nRounds);
 }
 
 // A megabyte without a pattern that a processor could learn.

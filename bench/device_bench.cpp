@@ -3,6 +3,7 @@
 #include "bench/device_roles.h"
 #include "bench/measure.h"
 #include "platform/host/clock.h"
+#include "tests/harness/temporary_folder.h"
 #include "xpc/client_manager.h"
 #include "xpc/helperlink/helper_keys.h"
 
@@ -293,7 +294,7 @@ double BareRoundTripUs(int nFigures, int nRounds) {
 }
 
 int Run(bool bQuick) {
-    ScratchFolder const oServices;
+    TemporaryFolder const oServices;
     setenv("XDG_RUNTIME_DIR", oServices.Path().c_str(), 1);
     int nBareFigures = -1, nFigures = -1;
     SharedFigures* const pBareFigures = SharedFigures::Create(nBareFigures);

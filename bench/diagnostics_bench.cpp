@@ -4,6 +4,7 @@
 #include "runtime/diagnostics/crash_report.h"
 #include "runtime/diagnostics/debug_thread.h"
 #include "runtime/diagnostics/xi_string.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -85,7 +86,7 @@ Row Search(fs::path const& oFolder, bool bOurs, int nRounds) {
 
 int main(int nArguments, char** ppArguments) {
     bool const bQuick = IsQuickRun(nArguments, ppArguments);
-    ScratchFolder const oFolder;
+    TemporaryFolder const oFolder;
     int const nRounds = bQuick ? 3 : 20;
     std::vector<Row> const lRows{XIString(nRounds), Search(oFolder.Path(), true, nRounds),
                                  Search(oFolder.Path(), false, nRounds)};

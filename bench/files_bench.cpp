@@ -5,6 +5,7 @@
 #include "files/folder_operations.h"
 #include "files/path.h"
 #include "files/text_file.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -25,28 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Runs once, in milliseconds.
-using Measure = std::function<double()>;
-
 volatile std::size_t nSink; // what the compiler must not think unused
-
-template <class Function>
-double Time(Function const& Do) {
-    uint64_t const nBegin = NowNs();
-    Do();
-    return static_cast<double>(NowNs() - nBegin) / 1e6;
-}
-
-// Ours and the yardstick by turns, so that what else the machine does meets both; the best of the rounds, since all
-// that other work can do is add.
-Row Compare(std::string szWhat, Measure const& Ours, Measure const& Yardstick, double fAtMost, int nRounds) {
-    double fOurs = 1e9, fYardstick = 1e9;
-    for (int n = 0; n < nRounds; ++n) {
-        fYardstick = std::min(fYardstick, Yardstick());
-        fOurs = std::min(fOurs, Ours());
-    }
-    return {std::move(szWhat), fOurs, fYardstick, "ms", fAtMost};
-}
 
 // ---- Unicode
 
@@ -64,7 +44,7 @@ public:
     ~Converter() { iconv_close(oConversion); }
 
     double Run(void const* pIn, size_t nIn, void* pOut, size_t nRoom) const {
-        return Time([&] {
+        return TimeMs([&] {
             char *p = static_cast<char*>(const_cast<void*>(pIn)), *pTo = static_cast<char*>(pOut);
             size_t nLeft = nIn, nRoomLeft = nRoom;
             nSink = iconv(oConversion, &p, &nLeft, &pTo, &nRoomLeft) + nRoomLeft;
@@ -90,13 +70,13 @@ void AddUnicode(std::vector<Row>& lRows, int nRounds) {
         size_t const nRoom = 4'000'000;
         auto const pOut = std::make_unique<char[]>(nRoom);
         auto const pUnits = reinterpret_cast<char16_t*>(pOut.get());
-        lRows.push_back(Compare(
+        lRows.push_back(CompareBest(
             "UTF-8 to UTF-16, 1 MB of " + std::string(oText.szName) + "; beside `iconv`",
-            [&] { return Time([&] { nSink = LCopyUnicodeFromUTF8(pUnits, nRoom / 2, sz8); }); },
+            [&] { return TimeMs([&] { nSink = LCopyUnicodeFromUTF8(pUnits, nRoom / 2, sz8); }); },
             [&] { return oTo16.Run(sz8.data(), sz8.size(), pOut.get(), nRoom); }, 0.5, nRounds));
-        lRows.push_back(Compare(
+        lRows.push_back(CompareBest(
             "UTF-16 to UTF-8, the same text",
-            [&] { return Time([&] { nSink = LCopyUTF8FromUnicode(pOut.get(), nRoom, sz16.View()); }); },
+            [&] { return TimeMs([&] { nSink = LCopyUTF8FromUnicode(pOut.get(), nRoom, sz16.View()); }); },
             [&] { return oTo8.Run(sz16.GetString(), sz16.GetLength() * 2, pOut.get(), nRoom); }, 0.5, nRounds));
     }
 }
@@ -118,9 +98,9 @@ Row LoadText(fs::path const& oFolder, int nRounds) {
         LLoadText(szPath.c_str(), szText);
         nSink = szText.GetLength();
     };
-    Row const oRow = Compare(
-        "`LLoadText`, 100 MB in the page cache; beside one `read`", [&] { return Time(Load); },
-        [&] { return Time(ReadBare); }, 1.2, nRounds);
+    Row const oRow = CompareBest(
+        "`LLoadText`, 100 MB in the page cache; beside one `read`", [&] { return TimeMs(Load); },
+        [&] { return TimeMs(ReadBare); }, 1.2, nRounds);
     fs::remove(szPath);
     return oRow;
 }
@@ -143,9 +123,9 @@ Row Paths(int nRounds) {
             nSink = static_cast<size_t>(oPath.extension().native()[1]);
         }
     };
-    return Compare(
+    return CompareBest(
         "path joined and its extension taken, 100,000 times; beside `std::filesystem::path`",
-        [&] { return Time(Ours); }, [&] { return Time(Standard); }, 0.3, nRounds);
+        [&] { return TimeMs(Ours); }, [&] { return TimeMs(Standard); }, 0.3, nRounds);
 }
 
 Row Dates(int nRounds) {
@@ -174,15 +154,15 @@ Row Dates(int nRounds) {
             nSink = static_cast<size_t>(std::mktime(&oFields));
         }
     };
-    return Compare(
+    return CompareBest(
         "date and time to text and back, 20,000 times; beside `strftime`, `strptime`, `mktime`",
-        [&] { return Time(Ours); }, [&] { return Time(Library); }, 1.0, nRounds);
+        [&] { return TimeMs(Ours); }, [&] { return TimeMs(Library); }, 1.0, nRounds);
 }
 
 // ---- Trees
 
 double TimeCommand(std::string const& szCommand) {
-    return Time([&] { nSink = static_cast<size_t>(std::system((szCommand + " >/dev/null").c_str())); });
+    return TimeMs([&] { nSink = static_cast<size_t>(std::system((szCommand + " >/dev/null").c_str())); });
 }
 
 // Work on `nFiles` files in 100 folders.
@@ -199,17 +179,17 @@ void AddTrees(std::vector<Row>& lRows, fs::path const& oFolder, int nFiles, int 
     std::string const szTree = oFolder / "tree", szCopy = oFolder / "copy", szTheirs = oFolder / "theirs";
     std::string const szCount = std::to_string(nFiles) + " small files";
     MakeTree(szTree, nFiles);
-    lRows.push_back(Compare(
+    lRows.push_back(CompareBest(
         "size of a tree of " + szCount + "; beside `du -sb`",
-        [&] { return Time([&] { nSink = static_cast<size_t>(LFile::GetFolderSizeBytes(szTree.c_str(), true)); }); },
+        [&] { return TimeMs([&] { nSink = static_cast<size_t>(LFile::GetFolderSizeBytes(szTree.c_str(), true)); }); },
         [&] { return TimeCommand("du -sb " + szTree); }, 1.2, nRounds * 3));
     std::vector<double> lDeletes, lTheirDeletes;
-    lRows.push_back(Compare(
+    lRows.push_back(CompareBest(
         "copy of that tree; beside `cp -a`",
         [&] {
-            double const f = Time([&] { LFile::CopyFolderFiles(szTree.c_str(), szCopy.c_str()); });
+            double const f = TimeMs([&] { LFile::CopyFolderFiles(szTree.c_str(), szCopy.c_str()); });
             sync();
-            lDeletes.push_back(Time([&] { LFile::DeleteFolderTree(szCopy.c_str()); }));
+            lDeletes.push_back(TimeMs([&] { LFile::DeleteFolderTree(szCopy.c_str()); }));
             sync();
             return f;
         },
@@ -239,9 +219,9 @@ Row LargeFile(fs::path const& oFolder, size_t nMegabytes, int nRounds) {
         sync();
         return Do();
     };
-    Row const oRow = Compare(
+    Row const oRow = CompareBest(
         "copy of a file of " + std::to_string(nMegabytes) + " MiB; beside `cp -a`",
-        [&] { return Fresh([&] { return Time([&] { LFile::CopyFile(szSource.c_str(), szCopy.c_str()); }); }); },
+        [&] { return Fresh([&] { return TimeMs([&] { LFile::CopyFile(szSource.c_str(), szCopy.c_str()); }); }); },
         [&] { return Fresh([&] { return TimeCommand("cp -a " + szSource + " " + szCopy); }); }, 1.2, nRounds);
     fs::remove(szSource);
     fs::remove(szCopy);
@@ -252,7 +232,7 @@ Row LargeFile(fs::path const& oFolder, size_t nMegabytes, int nRounds) {
 
 int main(int nArguments, char** ppArguments) {
     bool const bQuick = IsQuickRun(nArguments, ppArguments);
-    ScratchFolder const oFolder;
+    TemporaryFolder const oFolder;
     std::vector<Row> lRows;
     AddUnicode(lRows, bQuick ? 10 : 60);
     lRows.push_back(LoadText(oFolder.Path(), bQuick ? 3 : 15));

@@ -36,18 +36,6 @@ bool IsQuickRun(int nArguments, char** ppArguments) {
     std::exit(bAsked ? 0 : 2);
 }
 
-ScratchFolder::ScratchFolder() : szPath(std::filesystem::temp_directory_path() / "lumora-bench-XXXXXX") {
-    if (!mkdtemp(szPath.data())) {
-        std::perror(szPath.c_str());
-        std::abort();
-    }
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code oIgnored;
-    std::filesystem::remove_all(szPath, oIgnored);
-}
-
 void StayOnProcessor(int nProcessor) {
     cpu_set_t oSet;
     CPU_ZERO(&oSet);
@@ -99,4 +87,20 @@ bool PrintRows(std::vector<Row> const& lRows) {
     }
     std::fflush(stdout);
     return bAll;
+}
+
+double TimeMs(std::function<void()> const& Do) {
+    uint64_t const nBegin = NowNs();
+    Do();
+    return static_cast<double>(NowNs() - nBegin) / 1e6;
+}
+
+Row CompareBest(std::string szWhat, std::function<double()> const& Ours, std::function<double()> const& Yardstick,
+                double fAtMost, int nRounds) {
+    double fOurs = 1e9, fYardstick = 1e9;
+    for (int n = 0; n < nRounds; ++n) {
+        fYardstick = std::min(fYardstick, Yardstick());
+        fOurs = std::min(fOurs, Ours());
+    }
+    return {std::move(szWhat), fOurs, fYardstick, "ms", fAtMost};
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -22,20 +23,6 @@ bool AskForRealTime();
 // Whether the command line says --quick. Says how it is used and ends the process when it asks for that, or says
 // anything else.
 bool IsQuickRun(int nArguments, char** ppArguments);
-
-// A folder of this run's own, under the folder for temporary files; deleted at its end. Aborts when none can be made.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(ScratchFolder const&) = delete;
-    ScratchFolder& operator=(ScratchFolder const&) = delete;
-
-    std::string const& Path() const { return szPath; }
-
-private:
-    std::string szPath;
-};
 
 // The value below which `fShare` (0 to 1) of the samples lie; sorts them. 0 without samples.
 uint64_t Percentile(std::vector<uint64_t>& lSamples, double fShare);
@@ -57,6 +44,14 @@ struct Row {
 
     bool Holds() const { return fOurs <= (fYardstick > 0 ? fYardstick * fAtMost : fAtMost); }
 };
+
+// How long one call takes, in milliseconds.
+double TimeMs(std::function<void()> const& Do);
+
+// Ours and the yardstick, milliseconds both, by turns, so that what else the machine does meets both; the best of the
+// rounds, since all that other work can do is add.
+Row CompareBest(std::string szWhat, std::function<double()> const& Ours, std::function<double()> const& Yardstick,
+                double fAtMost, int nRounds);
 
 // Prints the rows as a Markdown table; true when all of them hold.
 bool PrintRows(std::vector<Row> const& lRows);

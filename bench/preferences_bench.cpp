@@ -3,6 +3,7 @@
 #include "settings/cf_string.h"
 #include "settings/preference_keys.h"
 #include "settings/preferences.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -60,7 +61,7 @@ Row Step(Shape const& oShape, int nRounds) {
 
 int main(int nArguments, char** ppArguments) {
     bool const bQuick = IsQuickRun(nArguments, ppArguments);
-    ScratchFolder const oHome;
+    TemporaryFolder const oHome;
     setenv("CFFIXED_USER_HOME", oHome.Path().c_str(), 1);
     std::vector<Row> lRows;
     for (Shape const& oShape : {

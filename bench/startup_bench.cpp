@@ -1,6 +1,7 @@
 // What the start-up costs a host: load and unload of the bundle, beside those of a shared object of the same size with
 // an initialiser that does nothing. Prints the table "Load and unload" of docs/performance.md.
 #include "bench/measure.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -26,7 +27,7 @@ uint64_t LoadAndUnload(char const* szObject) {
 
 int main(int nArguments, char** ppArguments) {
     bool const bQuick = IsQuickRun(nArguments, ppArguments);
-    ScratchFolder const oHome; // unloading deletes the run-lock file of whoever's home it is
+    TemporaryFolder const oHome; // unloading deletes the run-lock file of whoever's home it is
     setenv("HOME", oHome.Path().c_str(), 1);
     std::vector<uint64_t> lOurs, lEmpty;
     for (int n = 0; n < (bQuick ? 100 : 1000); ++n) {

@@ -2,6 +2,7 @@
 // another process, and a question and its answer. Each figure is measured by turns with its yardstick, which moves the
 // same bytes over the same kind of socket.
 #include "bench/measure.h"
+#include "tests/harness/temporary_folder.h"
 
 #include <xpc/xpc.h>
 
@@ -286,7 +287,7 @@ int main(int nArguments, char** ppArguments) {
     if (szArgument == "serve")
         ServeXpc();
     bool const bQuick = IsQuickRun(nArguments, ppArguments);
-    ScratchFolder const oServices;
+    TemporaryFolder const oServices;
     setenv("XDG_RUNTIME_DIR", oServices.Path().c_str(), 1);
     Bench oBench("/proc/self/exe", bQuick);
     oBench.BackToBack();
